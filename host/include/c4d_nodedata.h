@@ -1,0 +1,76 @@
+// NodeData: the plug-in side of a node, and the video post's operations.
+#pragma once
+
+#include "c4d_math.h"
+#include "c4d_string.h"
+#include "c4d_types.h"
+
+class GeListNode;
+class BaseVideoPost;
+class BaseDocument;
+class BaseDraw;
+class BaseBitmap;
+class Render;
+class RenderData;
+struct Ray;
+struct StereoCameraInfo;
+struct VideoPostStruct;
+struct PixelPost;
+
+/// The data a plug-in gives a node; the node owns it and deletes it with itself.
+class NodeData
+{
+public:
+  virtual ~NodeData() = default;
+
+  /// The node this data belongs to.
+  GeListNode* Get() const { return node; }
+
+  virtual Bool Init(GeListNode*) { return true; }
+  virtual void Free(GeListNode*) {}
+  virtual Bool Message(GeListNode*, Int32, void*) { return true; }
+
+private:
+  friend class GeListNode;
+  GeListNode* node = nullptr;
+};
+
+/// What `GetRenderInfo` answers: which calls the video post wants.
+enum VIDEOPOSTINFO : Int32
+{
+  VIDEOPOSTINFO_NONE = 0,
+  VIDEOPOSTINFO_EXECUTELINE = 16,
+  VIDEOPOSTINFO_EXECUTEPIXEL = 32,
+  VIDEOPOSTINFO_CUSTOMLENS = 1024,
+};
+
+/// Result of a render stage.
+enum RENDERRESULT : Int32
+{
+  RENDERRESULT_OK = 0,
+  RENDERRESULT_OUTOFMEMORY = 1,
+};
+
+/// A video post: called by the host's render at each stage, and for the rays of a custom lens.
+class VideoPostData : public NodeData
+{
+public:
+  virtual Bool AllocateBuffers(BaseVideoPost*, Render*, BaseDocument*) { return true; }
+  virtual VIDEOPOSTINFO GetRenderInfo(BaseVideoPost*) { return VIDEOPOSTINFO_NONE; }
+  virtual RENDERRESULT Execute(BaseVideoPost*, VideoPostStruct*) { return RENDERRESULT_OK; }
+  virtual void ExecuteLine(BaseVideoPost*, PixelPost*) {}
+  virtual void ExecutePixel(BaseVideoPost*, PixelPost*, Int32 /*x*/, Int32 /*subx*/, Int32 /*suby*/) {}
+  /// Fills `ray` for the frame position (x, y) in pixels, y downward; only with VIDEOPOSTINFO_CUSTOMLENS.
+  virtual void CreateRay(Ray*, Float /*x*/, Float /*y*/) {}
+  virtual Int32 StereoGetCameraCountEditor(BaseVideoPost*, BaseDocument*, BaseDraw*) { return 0; }
+  virtual Int32 StereoGetCameraCountRenderer(BaseVideoPost*, BaseDocument*, RenderData*) { return 0; }
+  virtual Bool StereoGetCameraInfo(BaseVideoPost*, BaseDocument*, BaseDraw*, RenderData*, Int32 /*index*/, StereoCameraInfo&)
+  {
+    return false;
+  }
+  /// Assembles the frame `dest` from the `count` images of one frame.
+  virtual Bool StereoMergeImages(BaseVideoPost*, BaseBitmap* /*dest*/, const BaseBitmap* const* /*source*/, Int32 /*count*/)
+  {
+    return false;
+  }
+};

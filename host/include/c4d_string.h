@@ -1,0 +1,147 @@
+// String and Filename: the host's text and path types.
+#pragma once
+
+#include <memory>
+#include <ostream>
+#include <string>
+#include <utility>
+
+#include "c4d_types.h"
+
+/// Reference-counted text: copies share one buffer, and a change makes a private copy.
+class String
+{
+public:
+  String() = default;
+  String(const char* text) { if (text && *text) buffer = std::make_shared<std::string>(text); }
+  String(const std::string& text) { if (!text.empty()) buffer = std::make_shared<std::string>(text); }
+  String(const String&) = default;
+  String(String&&) noexcept = default;
+  String& operator=(const String&) = default;
+  String& operator=(String&&) noexcept = default;
+
+  Int32 GetLength() const { return buffer ? static_cast<Int32>(buffer->size()) : 0; }
+  Bool IsEmpty() const { return GetLength() == 0; }
+  Bool IsPopulated() const { return !IsEmpty(); }
+
+  /// The text as 8-bit characters; valid while this String is not changed.
+  const std::string& GetStdString() const { return buffer ? *buffer : Empty(); }
+  const char* GetCString() const { return GetStdString().c_str(); }
+
+  /// Finds `what` at or after `start`; gives false and leaves `pos` alone when it is not there.
+  Bool FindFirst(const String& what, Int32* pos, Int32 start = 0) const
+  {
+    if (start < 0 || start > GetLength())
+      return false;
+    const std::string::size_type at = GetStdString().find(what.GetStdString(), static_cast<std::string::size_type>(start));
+    if (at == std::string::npos)
+      return false;
+    if (pos)
+      *pos = static_cast<Int32>(at);
+    return true;
+  }
+
+  /// Up to `count` characters from `start`.
+  String SubStr(Int32 start, Int32 count) const
+  {
+    if (start < 0 || start >= GetLength() || count <= 0)
+      return String();
+    return String(GetStdString().substr(static_cast<std::string::size_type>(start), static_cast<std::string::size_type>(count)));
+  }
+
+  String& operator+=(const String& b)
+  {
+    if (b.IsEmpty())
+      return *this;
+    MakePrivate();
+    buffer->append(b.GetStdString());
+    return *this;
+  }
+  String operator+(const String& b) const { String r(*this); r += b; return r; }
+  bool operator==(const String& b) const { return GetStdString() == b.GetStdString(); }
+  bool operator!=(const String& b) const { return !(*this == b); }
+  bool operator<(const String& b) const { return GetStdString() < b.GetStdString(); }
+
+  /// Whether the two share one buffer (both empty counts as not sharing).
+  Bool SharesBufferWith(const String& b) const { return buffer && buffer == b.buffer; }
+  /// How many Strings hold this buffer; 0 for the empty text.
+  long GetReferenceCount() const { return buffer.use_count(); }
+
+  static String IntToString(Int64 v) { return String(std::to_string(v)); }
+
+private:
+  static const std::string& Empty()
+  {
+    static const std::string empty;
+    return empty;
+  }
+  void MakePrivate()
+  {
+    if (!buffer)
+      buffer = std::make_shared<std::string>();
+    else if (buffer.use_count() > 1)
+      buffer = std::make_shared<std::string>(*buffer);
+  }
+
+  std::shared_ptr<std::string> buffer;
+};
+
+inline std::ostream& operator<<(std::ostream& os, const String& s) { return os << s.GetStdString(); }
+
+/// A file path; `+` joins with the path separator.
+class Filename
+{
+public:
+  Filename() = default;
+  Filename(const String& p) : path(p) {}
+  Filename(const char* p) : path(p) {}
+
+  const String& GetString() const { return path; }
+  void SetString(const String& p) { path = p; }
+  Bool IsPopulated() const { return path.IsPopulated(); }
+  Bool IsEmpty() const { return path.IsEmpty(); }
+
+  /// The last part of the path: the file's own name.
+  Filename GetFile() const
+  {
+    const std::string& s = path.GetStdString();
+    const std::string::size_type slash = s.find_last_of('/');
+    return slash == std::string::npos ? *this : Filename(String(s.substr(slash + 1)));
+  }
+  /// Everything before the last part.
+  Filename GetDirectory() const
+  {
+    const std::string& s = path.GetStdString();
+    const std::string::size_type slash = s.find_last_of('/');
+    if (slash == std::string::npos)
+      return Filename();
+    return Filename(String(slash == 0 ? std::string("/") : s.substr(0, slash)));
+  }
+  /// The suffix without its dot, or empty.
+  String GetSuffix() const
+  {
+    const std::string s = GetFile().path.GetStdString();
+    const std::string::size_type dot = s.find_last_of('.');
+    return dot == std::string::npos || dot == 0 ? String() : String(s.substr(dot + 1));
+  }
+
+  Filename operator+(const Filename& b) const
+  {
+    if (path.IsEmpty())
+      return b;
+    if (b.path.IsEmpty())
+      return *this;
+    const std::string& s = path.GetStdString();
+    if (s.back() == '/')
+      return Filename(path + b.path);
+    return Filename(path + String("/") + b.path);
+  }
+  Filename& operator+=(const Filename& b) { return *this = *this + b; }
+  bool operator==(const Filename& b) const { return path == b.path; }
+  bool operator!=(const Filename& b) const { return !(*this == b); }
+
+private:
+  String path;
+};
+
+inline std::ostream& operator<<(std::ostream& os, const Filename& f) { return os << f.GetString(); }
