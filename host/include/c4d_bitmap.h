@@ -1,8 +1,9 @@
-// BaseBitmap: a picture of RGB pixels held by the host.
+// BaseBitmap: a picture held by the host, RGB with an optional alpha channel.
 #pragma once
 
 #include <vector>
 
+#include "c4d_string.h"
 #include "c4d_types.h"
 
 enum IMAGERESULT : Int32
@@ -13,6 +14,13 @@ enum IMAGERESULT : Int32
   IMAGERESULT_OUTOFMEMORY = -3,
 };
 
+/// Pixel layouts of GetPixelCnt and SetPixelCnt.
+enum COLORMODE : Int32
+{
+  COLORMODE_RGBf = 36,  ///< red, green, blue: 3 floats, 12 bytes a pixel
+  COLORMODE_ARGBf = 37, ///< alpha, red, green, blue: 4 floats, 16 bytes a pixel
+};
+
 class BaseBitmap
 {
 public:
@@ -21,8 +29,23 @@ public:
 
   /// Makes an empty (black) picture of the given size; sizes of 0 or below, or beyond memory, fail.
   IMAGERESULT Init(Int32 width, Int32 height, Int32 depth = 24);
+  /// Loads a picture file (PNG, TIFF, JPEG, OpenEXR, HDR); a file's alpha becomes the alpha channel.
+  /// On failure the bitmap is left empty.
+  IMAGERESULT Init(const Filename& name, Int32 frame = -1, Bool* ismovie = nullptr);
+
   Int32 GetBw() const { return width; }
   Int32 GetBh() const { return height; }
+  Bool HasAlpha() const { return !alpha.empty(); }
+
+  /// Reads `cnt` pixels of row `y` from column `x` into `buffer`, `inc` bytes a pixel, in `mode`.
+  /// Pixels outside the picture read as black; without an alpha channel alpha reads 1.
+  Bool GetPixelCnt(Int32 x, Int32 y, Int32 cnt, UChar* buffer, Int32 inc, COLORMODE mode, Int32 flags = 0) const;
+  /// Writes `cnt` pixels of row `y` from column `x`; pixels outside the picture are skipped.
+  /// In COLORMODE_ARGBf the alpha goes to the alpha channel where there is one.
+  Bool SetPixelCnt(Int32 x, Int32 y, Int32 cnt, const UChar* buffer, Int32 inc, COLORMODE mode, Int32 flags = 0);
+
+  /// A copy of the whole picture, or null.
+  BaseBitmap* GetClone() const;
 
 protected:
   BaseBitmap() = default;
@@ -30,5 +53,6 @@ protected:
 
   Int32 width = 0;
   Int32 height = 0;
-  std::vector<Float32> rgb; ///< 3 floats a pixel, rows from the top
+  std::vector<Float32> rgb;   ///< 3 floats a pixel, rows from the top, 0 to 1
+  std::vector<Float32> alpha; ///< 1 float a pixel, or empty
 };

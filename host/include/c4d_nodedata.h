@@ -6,6 +6,12 @@
 #include "c4d_types.h"
 
 class GeListNode;
+class GeData;
+class DescID;
+class BaseContainer;
+class Description;
+class BaseObject;
+class BaseTag;
 class BaseVideoPost;
 class BaseDocument;
 class BaseDraw;
@@ -30,9 +36,42 @@ public:
   virtual void Free(GeListNode*) {}
   virtual Bool Message(GeListNode*, Int32, void*) { return true; }
 
+  // Description operations. `flags` bit 2 (DESCFLAGS_..._LOADED/GET/SET) tells the host that the
+  // plug-in answered; without it the host reads or writes the node's container itself.
+  virtual Bool GetDDescription(GeListNode*, Description*, Int32& /*flags*/) { return true; }
+  virtual Bool GetDParameter(GeListNode*, const DescID&, GeData&, Int32& /*flags*/) { return true; }
+  virtual Bool SetDParameter(GeListNode*, const DescID&, const GeData&, Int32& /*flags*/) { return true; }
+  virtual Bool GetDEnabling(GeListNode*, const DescID&, const GeData&, Int32 /*flags*/, const BaseContainer* /*itemDesc*/)
+  {
+    return true;
+  }
+
 private:
   friend class GeListNode;
   GeListNode* node = nullptr;
+};
+
+/// Makes a plug-in's node data; registered with the plug-in.
+using DataAllocator = NodeData*();
+
+/// A tag's operations: drawing in a view and the expression pass.
+class TagData : public NodeData
+{
+public:
+  virtual Bool Draw(BaseTag*, BaseObject*, BaseDraw*, BaseDraw*) { return true; }
+  /// Runs in the expression pass; the result is 0 for success.
+  virtual Int32 Execute(BaseTag*, BaseDocument*, BaseObject*, Int32 /*priority*/, Int32 /*flags*/) { return 0; }
+  virtual Bool AddToExecution(BaseTag*, void* /*list*/) { return false; }
+};
+
+/// A menu command.
+class CommandData
+{
+public:
+  virtual ~CommandData() = default;
+  virtual Bool Execute(BaseDocument*) { return true; }
+  virtual Bool ExecuteSubID(BaseDocument*, Int32 /*subid*/) { return true; }
+  virtual Bool GetSubContainer(BaseDocument*, BaseContainer&) { return false; }
 };
 
 /// What `GetRenderInfo` answers: which calls the video post wants.

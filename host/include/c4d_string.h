@@ -1,31 +1,51 @@
 // String and Filename: the host's text and path types.
 #pragma once
 
-#include <memory>
+#include <atomic>
 #include <ostream>
 #include <string>
 #include <utility>
 
 #include "c4d_types.h"
 
-/// Reference-counted text: copies share one buffer, and a change makes a private copy.
+/// Reference-counted text: copies share one buffer, and a change makes a private copy. The count
+/// is intrusive, so a buffer made inside a plug-in module can be released after the module is gone.
 class String
 {
 public:
   String() = default;
-  String(const char* text) { if (text && *text) buffer = std::make_shared<std::string>(text); }
-  String(const std::string& text) { if (!text.empty()) buffer = std::make_shared<std::string>(text); }
-  String(const String&) = default;
-  String(String&&) noexcept = default;
-  String& operator=(const String&) = default;
-  String& operator=(String&&) noexcept = default;
+  String(const char* text) { if (text && *text) buffer = new Buffer(text); }
+  String(const std::string& text) { if (!text.empty()) buffer = new Buffer(text); }
+  String(const String& o) : buffer(o.buffer) { Retain(); }
+  String(String&& o) noexcept : buffer(o.buffer) { o.buffer = nullptr; }
+  String& operator=(const String& o)
+  {
+    if (buffer != o.buffer)
+    {
+      o.Retain();
+      Release();
+      buffer = o.buffer;
+    }
+    return *this;
+  }
+  String& operator=(String&& o) noexcept
+  {
+    if (this != &o)
+    {
+      Release();
+      buffer = o.buffer;
+      o.buffer = nullptr;
+    }
+    return *this;
+  }
+  ~String() { Release(); }
 
-  Int32 GetLength() const { return buffer ? static_cast<Int32>(buffer->size()) : 0; }
+  Int32 GetLength() const { return buffer ? static_cast<Int32>(buffer->text.size()) : 0; }
   Bool IsEmpty() const { return GetLength() == 0; }
   Bool IsPopulated() const { return !IsEmpty(); }
 
   /// The text as 8-bit characters; valid while this String is not changed.
-  const std::string& GetStdString() const { return buffer ? *buffer : Empty(); }
+  const std::string& GetStdString() const { return buffer ? buffer->text : Empty(); }
   const char* GetCString() const { return GetStdString().c_str(); }
 
   /// Finds `what` at or after `start`; gives false and leaves `pos` alone when it is not there.
@@ -53,8 +73,9 @@ public:
   {
     if (b.IsEmpty())
       return *this;
+    const std::string tail = b.GetStdString(); // b may share this buffer
     MakePrivate();
-    buffer->append(b.GetStdString());
+    buffer->text.append(tail);
     return *this;
   }
   String operator+(const String& b) const { String r(*this); r += b; return r; }
@@ -65,25 +86,47 @@ public:
   /// Whether the two share one buffer (both empty counts as not sharing).
   Bool SharesBufferWith(const String& b) const { return buffer && buffer == b.buffer; }
   /// How many Strings hold this buffer; 0 for the empty text.
-  long GetReferenceCount() const { return buffer.use_count(); }
+  long GetReferenceCount() const { return buffer ? buffer->refs.load(std::memory_order_relaxed) : 0; }
 
   static String IntToString(Int64 v) { return String(std::to_string(v)); }
 
 private:
+  struct Buffer
+  {
+    explicit Buffer(std::string t) : text(std::move(t)) {}
+    std::atomic<long> refs{1};
+    std::string text;
+  };
+
   static const std::string& Empty()
   {
     static const std::string empty;
     return empty;
   }
+  void Retain() const
+  {
+    if (buffer)
+      buffer->refs.fetch_add(1, std::memory_order_relaxed);
+  }
+  void Release()
+  {
+    if (buffer && buffer->refs.fetch_sub(1, std::memory_order_acq_rel) == 1)
+      delete buffer;
+    buffer = nullptr;
+  }
   void MakePrivate()
   {
     if (!buffer)
-      buffer = std::make_shared<std::string>();
-    else if (buffer.use_count() > 1)
-      buffer = std::make_shared<std::string>(*buffer);
+      buffer = new Buffer(std::string());
+    else if (buffer->refs.load(std::memory_order_acquire) > 1)
+    {
+      Buffer* own = new Buffer(buffer->text);
+      Release();
+      buffer = own;
+    }
   }
 
-  std::shared_ptr<std::string> buffer;
+  Buffer* buffer = nullptr;
 };
 
 inline std::ostream& operator<<(std::ostream& os, const String& s) { return os << s.GetStdString(); }

@@ -1,0 +1,218 @@
+// The host application's state and its general services.
+#include <algorithm>
+#include <cstdio>
+
+#include "host_app.h"
+#include "resource_parser.h"
+
+namespace host
+{
+Bool PluginRegistry::Add(PluginEntry entry)
+{
+  if (entry.id <= 0 || Find(entry.id))
+    return false;
+  entries.push_back(std::move(entry));
+  return true;
+}
+
+const PluginEntry* PluginRegistry::Find(Int32 id) const
+{
+  for (const PluginEntry& e : entries)
+    if (e.id == id)
+      return &e;
+  return nullptr;
+}
+
+void Console::Print(const String& line)
+{
+  lines.push_back(line);
+  if (echo)
+    std::fprintf(stderr, "%s\n", line.GetCString());
+}
+
+Bool Console::Contains(const String& text) const
+{
+  for (const String& line : lines)
+    if (line.FindFirst(text, nullptr, 0))
+      return true;
+  return false;
+}
+
+AppState& App()
+{
+  static AppState state;
+  return state;
+}
+
+void ResetApp()
+{
+  AppState& app = App();
+  for (BaseDocument* doc : app.documents)
+    BaseDocument::Free(doc);
+  app.documents.clear();
+  app.activeDocument = nullptr;
+  app.plugins.Clear();
+  app.console.Clear();
+  app.ui = UiRecord();
+  Descriptions().Clear();
+}
+
+void SetPluginFolder(const Filename& folder)
+{
+  App().pluginFolder = folder;
+}
+
+Bool AttachNodeData(GeListNode* node)
+{
+  const PluginEntry* entry = App().plugins.Find(node->GetType());
+  if (!entry || !entry->alloc)
+    return true;
+  NodeData* data = entry->alloc();
+  if (!data)
+    return false;
+  node->SetNodeData(data);
+  return data->Init(node);
+}
+} // namespace host
+
+void GePrint(const String& text)
+{
+  host::App().console.Print(text);
+}
+
+void EventAdd(Int32 /*flags*/)
+{
+  ++host::App().ui.eventAdds;
+}
+
+void GeOpenHTML(const String& url)
+{
+  host::App().ui.openedUrls.push_back(url);
+}
+
+BaseDocument* GetActiveDocument()
+{
+  return host::App().activeDocument;
+}
+
+void InsertBaseDocument(BaseDocument* doc)
+{
+  if (!doc)
+    return;
+  auto& docs = host::App().documents;
+  if (std::find(docs.begin(), docs.end(), doc) == docs.end())
+    docs.push_back(doc);
+}
+
+void SetActiveDocument(BaseDocument* doc)
+{
+  InsertBaseDocument(doc);
+  host::App().activeDocument = doc;
+}
+
+void KillDocument(BaseDocument* doc)
+{
+  auto& app = host::App();
+  auto it = std::find(app.documents.begin(), app.documents.end(), doc);
+  if (it == app.documents.end())
+    return;
+  app.documents.erase(it);
+  if (app.activeDocument == doc)
+    app.activeDocument = app.documents.empty() ? nullptr : app.documents.front();
+  BaseDocument::Free(doc);
+}
+
+Filename GeGetPluginPath()
+{
+  return host::App().pluginFolder;
+}
+
+Filename GeGetPluginResourcePath()
+{
+  return GeGetPluginPath() + Filename("res");
+}
+
+BaseBitmap* AutoBitmap(const String& fileName, Float /*pixelRatio*/)
+{
+  BaseBitmap* bmp = BaseBitmap::Alloc();
+  if (!bmp)
+    return nullptr;
+  if (bmp->Init(GeGetPluginResourcePath() + Filename(fileName)) != IMAGERESULT_OK)
+    BaseBitmap::Free(bmp);
+  return bmp;
+}
+
+namespace
+{
+// A plug-in with a description gets it loaded from its "res" folder; a broken one fails the
+// registration with the file and line on the console.
+bool LoadDescriptionOf(const String& description)
+{
+  if (description.IsEmpty())
+    return true;
+  String error;
+  if (host::Descriptions().Load(GeGetPluginResourcePath(), description, &error))
+    return true;
+  GePrint(String("Description error: ") + error);
+  return false;
+}
+
+std::shared_ptr<BaseBitmap> CopyIcon(const BaseBitmap* icon)
+{
+  if (!icon)
+    return nullptr;
+  BaseBitmap* copy = icon->GetClone();
+  return std::shared_ptr<BaseBitmap>(copy, [](BaseBitmap* b) { BaseBitmap::Free(b); });
+}
+} // namespace
+
+Bool RegisterVideoPostPlugin(Int32 id, const String& name, Int32 info, DataAllocator* alloc, const String& description,
+                             Int32 disklevel, Int32 priority)
+{
+  if (!alloc || !LoadDescriptionOf(description))
+    return false;
+  host::PluginEntry e;
+  e.kind = host::PluginEntry::Kind::VideoPost;
+  e.id = id;
+  e.name = name;
+  e.info = info;
+  e.alloc = alloc;
+  e.description = description;
+  e.disklevel = disklevel;
+  e.priority = priority;
+  return host::App().plugins.Add(std::move(e));
+}
+
+Bool RegisterTagPlugin(Int32 id, const String& name, Int32 info, DataAllocator* alloc, const String& description,
+                       BaseBitmap* icon, Int32 disklevel)
+{
+  if (!alloc || !LoadDescriptionOf(description))
+    return false;
+  host::PluginEntry e;
+  e.kind = host::PluginEntry::Kind::Tag;
+  e.id = id;
+  e.name = name;
+  e.info = info;
+  e.alloc = alloc;
+  e.description = description;
+  e.icon = CopyIcon(icon);
+  e.disklevel = disklevel;
+  return host::App().plugins.Add(std::move(e));
+}
+
+Bool RegisterCommandPlugin(Int32 id, const String& name, Int32 info, BaseBitmap* icon, const String& help, CommandData* dat)
+{
+  // The host owns the command from here on, whether or not the registration takes.
+  std::shared_ptr<CommandData> command(dat);
+  if (!command)
+    return false;
+  host::PluginEntry e;
+  e.kind = host::PluginEntry::Kind::Command;
+  e.id = id;
+  e.name = name;
+  e.info = info;
+  e.help = help;
+  e.icon = CopyIcon(icon);
+  e.command = std::move(command);
+  return host::App().plugins.Add(std::move(e));
+}

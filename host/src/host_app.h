@@ -1,0 +1,87 @@
+// The host application's state: console, plug-in registry, documents and the record of what
+// plug-ins asked of the user interface. Internal to the host, its tests and the command line.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "c4d.h"
+
+namespace host
+{
+/// One registered plug-in.
+struct PluginEntry
+{
+  enum class Kind { VideoPost, Tag, Command, CustomGui, Library };
+  Kind kind = Kind::Command;
+  Int32 id = 0;
+  String name;
+  Int32 info = 0;
+  DataAllocator* alloc = nullptr;
+  String description;
+  Int32 disklevel = 0;
+  Int32 priority = 0;
+  String help;
+  std::shared_ptr<BaseBitmap> icon;
+  std::shared_ptr<CommandData> command;
+};
+
+class PluginRegistry
+{
+public:
+  /// Adds a plug-in; an id that is taken already fails.
+  Bool Add(PluginEntry entry);
+  const PluginEntry* Find(Int32 id) const;
+  const std::vector<PluginEntry>& All() const { return entries; }
+  void Clear() { entries.clear(); }
+
+private:
+  std::vector<PluginEntry> entries;
+};
+
+/// The console: every line a plug-in printed, in order.
+class Console
+{
+public:
+  void Print(const String& line);
+  const std::vector<String>& Lines() const { return lines; }
+  /// Whether `text` is part of any line.
+  Bool Contains(const String& text) const;
+  void Clear() { lines.clear(); }
+  /// Also write each line to standard error, as the command-line host does.
+  void SetEcho(Bool on) { echo = on; }
+
+private:
+  std::vector<String> lines;
+  Bool echo = false;
+};
+
+/// What plug-ins asked of the user interface.
+struct UiRecord
+{
+  Int32 eventAdds = 0;
+  std::vector<String> openedUrls;
+};
+
+struct AppState
+{
+  Console console;
+  PluginRegistry plugins;
+  std::vector<BaseDocument*> documents;
+  BaseDocument* activeDocument = nullptr;
+  UiRecord ui;
+  Filename pluginFolder;
+};
+
+AppState& App();
+
+/// Frees every document and forgets registrations, console lines and the interface record.
+void ResetApp();
+
+/// Sets the folder of the running plug-in (what GeGetPluginPath answers).
+void SetPluginFolder(const Filename& folder);
+
+/// Gives a new node the data of its registered plug-in type and runs Init; false if the type is
+/// registered but its data can't be made or doesn't initialise. Unregistered types pass.
+Bool AttachNodeData(GeListNode* node);
+} // namespace host

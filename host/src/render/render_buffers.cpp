@@ -1,0 +1,107 @@
+// Image buffers, render bitmaps and the running render.
+#include "render/render_buffers.h"
+
+#include <cstring>
+#include <new>
+
+namespace host::render
+{
+// ---- ImageBuffer -------------------------------------------------------------------------------
+
+Bool ImageBuffer::Init(Int32 w, Int32 h)
+{
+  if (w <= 0 || h <= 0)
+    return false;
+  pixels.reset(new (std::nothrow) Float32[static_cast<size_t>(w) * static_cast<size_t>(h) * 4u]);
+  if (!pixels)
+  {
+    width = height = 0;
+    return false;
+  }
+  width = w;
+  height = h;
+  return true;
+}
+
+Int32 ImageBuffer::GetInfo(Int32 type) const
+{
+  switch (type)
+  {
+    case VPGETINFO_XRESOLUTION: return width;
+    case VPGETINFO_YRESOLUTION: return height;
+    case VPGETINFO_BITDEPTH: return 32;
+    case VPGETINFO_CPP: return 4;
+    default: return 0;
+  }
+}
+
+Bool ImageBuffer::LineFits(Int32 x, Int32 y, Int32 cnt, const void* data, Int32 bitdepth) const
+{
+  return data && bitdepth == 32 && cnt >= 0 && x >= 0 && y >= 0 && y < height &&
+         static_cast<Int64>(x) + cnt <= width;
+}
+
+Bool ImageBuffer::GetLine(Int32 x, Int32 y, Int32 cnt, void* data, Int32 bitdepth, Bool /*dithering*/) const
+{
+  if (!LineFits(x, y, cnt, data, bitdepth))
+    return false;
+  std::memcpy(data, Pixel(x, y), static_cast<size_t>(cnt) * 4u * sizeof(Float32));
+  return true;
+}
+
+Bool ImageBuffer::SetLine(Int32 x, Int32 y, Int32 cnt, const void* data, Int32 bitdepth, Bool /*dithering*/)
+{
+  if (!LineFits(x, y, cnt, data, bitdepth))
+    return false;
+  std::memcpy(Pixel(x, y), data, static_cast<size_t>(cnt) * 4u * sizeof(Float32));
+  return true;
+}
+
+// ---- RenderBitmap ------------------------------------------------------------------------------
+
+RenderBitmap* RenderBitmap::Alloc()
+{
+  return new (std::nothrow) RenderBitmap();
+}
+
+Bool RenderBitmap::Init(Int32 w, Int32 h, Bool withAlpha)
+{
+  if (BaseBitmap::Init(w, h, withAlpha ? 32 : 24) != IMAGERESULT_OK)
+    return false;
+  if (!withAlpha)
+    return true;
+  try
+  {
+    alpha.assign(static_cast<size_t>(w) * static_cast<size_t>(h), 0.0f);
+  }
+  catch (const std::bad_alloc&)
+  {
+    return false;
+  }
+  return true;
+}
+
+void RenderBitmap::CopyFrom(const ImageBuffer& buffer)
+{
+  if (buffer.Width() != width || buffer.Height() != height)
+    return;
+  const size_t count = static_cast<size_t>(width) * static_cast<size_t>(height);
+  const Float32* src = buffer.Pixel(0, 0);
+  const Bool withAlpha = !alpha.empty();
+  for (size_t p = 0; p < count; ++p)
+  {
+    rgb[p * 3u] = src[p * 4u];
+    rgb[p * 3u + 1u] = src[p * 4u + 1u];
+    rgb[p * 3u + 2u] = src[p * 4u + 2u];
+    if (withAlpha)
+      alpha[p] = src[p * 4u + 3u];
+  }
+}
+
+// ---- RunningRender -----------------------------------------------------------------------------
+
+VPBuffer* RunningRender::GetBuffer(Int32 id, Int32 /*subid*/)
+{
+  return id == VPBUFFER_RGBA ? image : nullptr;
+}
+} // namespace host::render

@@ -1,0 +1,67 @@
+// The running render as video posts see it: its settings, its RGBA image buffer, and the
+// bitmaps that carry finished images.
+#pragma once
+
+#include <memory>
+
+#include "c4d.h"
+
+namespace host::render
+{
+/// An image under render: rows of RGBA float pixels.
+class ImageBuffer final : public VPBuffer
+{
+public:
+  /// Makes room for w × h pixels; false without memory.
+  Bool Init(Int32 w, Int32 h);
+
+  Int32 GetInfo(Int32 type) const override;
+  Bool GetLine(Int32 x, Int32 y, Int32 cnt, void* data, Int32 bitdepth, Bool dithering) const override;
+  Bool SetLine(Int32 x, Int32 y, Int32 cnt, const void* data, Int32 bitdepth, Bool dithering) override;
+
+  Int32 Width() const { return width; }
+  Int32 Height() const { return height; }
+  /// The four floats of pixel (x, y); the render threads write disjoint pixels.
+  Float32* Pixel(Int32 x, Int32 y) { return &pixels[(static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 4u]; }
+  const Float32* Pixel(Int32 x, Int32 y) const { return const_cast<ImageBuffer*>(this)->Pixel(x, y); }
+
+private:
+  Bool LineFits(Int32 x, Int32 y, Int32 cnt, const void* data, Int32 bitdepth) const;
+
+  Int32 width = 0;
+  Int32 height = 0;
+  std::unique_ptr<Float32[]> pixels; ///< not cleared: a render writes every pixel
+};
+
+/// A bitmap the render fills from an image buffer, with an alpha channel when asked.
+class RenderBitmap final : public BaseBitmap
+{
+public:
+  static RenderBitmap* Alloc();
+  /// Makes a black picture of w × h; with `withAlpha` an alpha channel of 0. False without memory.
+  Bool Init(Int32 w, Int32 h, Bool withAlpha);
+  /// Copies the buffer's colours, and its alpha where the bitmap has a channel for it.
+  void CopyFrom(const ImageBuffer& buffer);
+
+private:
+  RenderBitmap() = default;
+};
+
+/// The running render: its own copy of the settings, and the image in flight.
+class RunningRender final : public Render
+{
+public:
+  explicit RunningRender(const BaseContainer& settingsCopy) : settings(settingsCopy) {}
+
+  VPBuffer* GetBuffer(Int32 id, Int32 subid) override;
+  BaseContainer GetRenderData() const override { return settings; }
+  void SetRenderData(const BaseContainer& bc) override { settings = bc; }
+
+  const BaseContainer& Settings() const { return settings; }
+  void SetImage(ImageBuffer* buffer) { image = buffer; }
+
+private:
+  BaseContainer settings;
+  ImageBuffer* image = nullptr;
+};
+} // namespace host::render

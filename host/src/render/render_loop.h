@@ -1,0 +1,46 @@
+// The host's render: drives the video posts through their stages and ray-traces the document.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "c4d.h"
+
+namespace host
+{
+/// Frees a bitmap that the render made.
+struct BitmapFree
+{
+  void operator()(BaseBitmap* bmp) const { BaseBitmap::Free(bmp); }
+};
+using BitmapPtr = std::unique_ptr<BaseBitmap, BitmapFree>;
+
+/// What to render and how.
+struct RenderOptions
+{
+  Int32 width = 0;  ///< pixels; 0 takes RDATA_XRES of the render settings
+  Int32 height = 0; ///< pixels; 0 takes RDATA_YRES
+  Int32 samples = 4; ///< per pixel, 1 to kMaxSamples
+  Int32 threads = 0; ///< 0: all cores
+  /// A preview into a view of the editor: no stereo merge, and video posts are told so.
+  Bool editorRender = false;
+  /// Frames at the render settings' frame rate; without them the document's current time alone.
+  /// A first frame without a last renders that one frame.
+  std::optional<Int32> firstFrame;
+  std::optional<Int32> lastFrame;
+  /// Share of the whole render done, 0 to 1, called on the thread that called RenderDocument.
+  std::function<void(Float done)> progress;
+  /// Each finished frame; answering false stops the render (RenderDocument then gives false).
+  std::function<Bool(Int32 frame, const BaseBitmap& picture)> frameDone;
+
+  static constexpr Int32 kMaxSamples = 1024;
+};
+
+/// Renders the frames of `doc` with a copy of its active render settings, calling the enabled
+/// video posts of those settings at every stage. The picture of the first frame goes to
+/// `firstFrame` when given; it has an alpha channel when RDATA_ALPHACHANNEL is on in the running
+/// settings and the frame wasn't merged. On bad input (sizes, samples, missing pictures, broken
+/// meshes) or a video post's failure gives false and says why in `error`.
+Bool RenderDocument(BaseDocument* doc, const RenderOptions& options, BitmapPtr* firstFrame, String* error);
+} // namespace host

@@ -1,0 +1,106 @@
+// Pictures for look-ups by the render: sky panoramas and material textures, with the
+// equirectangular mapping between directions and picture positions.
+#pragma once
+
+#include <cmath>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "c4d.h"
+
+namespace host::render
+{
+/// Bytes of memory the machine has; infinite where the system doesn't say.
+double PhysicalMemory();
+
+/// Picture position (u to the right, v downward, both 0 to 1) of a direction: u = 0.5 looks along
+/// +Z, 0.75 towards +X, 0.25 towards −X; v = 0 straight up. `d` must have length 1.
+/// Inverse: EquirectToDirection.
+inline void DirectionToEquirect(const Vector& d, Float& u, Float& v)
+{
+  u = 0.5 + std::atan2(d.x, d.z) * (1.0 / PI2);
+  v = std::acos(d.y < -1.0 ? -1.0 : (d.y > 1.0 ? 1.0 : d.y)) * (1.0 / PI);
+}
+
+/// The direction of length 1 that picture position (u, v) looks at. Inverse: DirectionToEquirect.
+inline Vector EquirectToDirection(Float u, Float v)
+{
+  const Float lon = (u - 0.5) * PI2;
+  const Float lat = (0.5 - v) * PI;
+  return Vector(std::sin(lon) * std::cos(lat), std::sin(lat), std::cos(lon) * std::cos(lat));
+}
+
+/// A picture as float RGB, read once and sampled bilinearly by many threads.
+class Picture
+{
+public:
+  /// Reads a picture file; false with a message naming the file.
+  Bool Load(const Filename& file, String* error);
+
+  Int32 Width() const { return width; }
+  Int32 Height() const { return height; }
+
+  /// Bilinear between pixel centres at ((i + 0.5) / width, (j + 0.5) / height). u repeats;
+  /// v repeats with `repeatV`, else it stops at the first and last rows (a panorama's poles).
+  Vector Sample(Float u, Float v, Bool repeatV) const
+  {
+    // Into [0, 1) first, so that far-off or non-finite positions stay inside the picture.
+    u -= std::floor(u);
+    if (!(u >= 0.0 && u < 1.0))
+      u = 0.0;
+    if (repeatV)
+      v -= std::floor(v);
+    if (!(v >= 0.0 && v <= 1.0))
+      v = v > 1.0 ? 1.0 : 0.0;
+    const Float fx = u * width - 0.5;
+    const Float fy = v * height - 0.5;
+    // fx and fy lie in [-0.5, size - 0.5]: truncation after a shift by one is the floor, and a
+    // neighbour wraps at most once.
+    Int32 x0 = static_cast<Int32>(fx + 1.0) - 1, y0 = static_cast<Int32>(fy + 1.0) - 1;
+    const Float tx = fx - x0, ty = fy - y0;
+    Int32 x1 = x0 + 1, y1 = y0 + 1;
+    if (x0 < 0)
+      x0 = width - 1;
+    if (x1 >= width)
+      x1 = 0;
+    if (y0 < 0)
+      y0 = repeatV ? height - 1 : 0;
+    if (y1 >= height)
+      y1 = repeatV ? 0 : height - 1;
+    // The four texels weighted in single precision, as they are stored.
+    const Float32 wx = static_cast<Float32>(tx), wy = static_cast<Float32>(ty);
+    const Float32 w00 = (1.0f - wx) * (1.0f - wy), w10 = wx * (1.0f - wy), w01 = (1.0f - wx) * wy, w11 = wx * wy;
+    const Float32* p00 = Texel(x0, y0);
+    const Float32* p10 = Texel(x1, y0);
+    const Float32* p01 = Texel(x0, y1);
+    const Float32* p11 = Texel(x1, y1);
+    return Vector(p00[0] * w00 + p10[0] * w10 + p01[0] * w01 + p11[0] * w11,
+                  p00[1] * w00 + p10[1] * w10 + p01[1] * w01 + p11[1] * w11,
+                  p00[2] * w00 + p10[2] * w10 + p01[2] * w01 + p11[2] * w11);
+  }
+
+private:
+  const Float32* Texel(Int32 x, Int32 y) const
+  {
+    return &rgb[(static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3u];
+  }
+
+  Int32 width = 0;
+  Int32 height = 0;
+  std::vector<Float32> rgb;
+};
+
+/// Pictures of one render by absolute path, each read once.
+class PictureCache
+{
+public:
+  /// The picture of `file` (relative to `folder` unless absolute), or null with a message that
+  /// names `what` and the file.
+  const Picture* Get(const Filename& file, const Filename& folder, const String& what, String* error);
+
+private:
+  std::map<std::string, std::unique_ptr<Picture>> pictures;
+};
+} // namespace host::render

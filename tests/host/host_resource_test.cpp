@@ -1,0 +1,196 @@
+// The host's resource formats: the plug-in's real res/ folder, and files with mistakes in them.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+#include "host_app.h"
+#include "resource_parser.h"
+
+GeResource g_resource;
+
+namespace
+{
+const Filename kRes = Filename(ORLIX_SOURCE_DIR) + Filename("res");
+
+struct ResourceTest : ::testing::Test
+{
+  void SetUp() override { host::ResetApp(); }
+  void TearDown() override
+  {
+    g_resource.Free();
+    host::ResetApp();
+  }
+};
+
+// A scratch res/ folder holding the given files.
+std::string ScratchFolder(const std::string& name)
+{
+  const std::string dir = ::testing::TempDir() + name;
+  std::system(("rm -rf '" + dir + "' && mkdir -p '" + dir + "/description' '" + dir + "/strings_en-US/description'").c_str());
+  return dir;
+}
+void Write(const std::string& path, const std::string& text)
+{
+  std::ofstream(path) << text;
+}
+
+std::string SymbolError(const std::string& text)
+{
+  host::SymbolTable t;
+  std::string error;
+  EXPECT_FALSE(host::ParseSymbols(text, "x.h", t, &error)) << text;
+  return error;
+}
+} // namespace
+
+TEST_F(ResourceTest, StringTableOfThePlugin)
+{
+  EXPECT_TRUE(GeLoadString(10000).IsEmpty()) << "nothing loaded yet";
+  ASSERT_TRUE(g_resource.Init(kRes));
+  EXPECT_EQ(GeLoadString(10000), String("OrlixCam"));
+  EXPECT_FALSE(GeLoadString(10001).IsEmpty());
+  for (Int32 id : {10002, 10003, 10004, 10005, 10006, 10007, 10013, 10014, 10015})
+    EXPECT_FALSE(GeLoadString(id).IsEmpty()) << "string " << id;
+  EXPECT_TRUE(GeLoadString(10999).IsEmpty());
+
+  // The render-size question takes six values: four whole numbers and two proportions.
+  const std::string question = GeLoadString(10012).GetStdString();
+  char text[512];
+  std::snprintf(text, sizeof(text), question.c_str(), 1920, 1000, 1.92, 1920, 960, 2.0);
+  EXPECT_NE(std::string(text).find("1920 x 960"), std::string::npos) << text;
+
+  g_resource.Free();
+  EXPECT_TRUE(GeLoadString(10000).IsEmpty()) << "freed resources give empty texts";
+}
+
+TEST_F(ResourceTest, DescriptionsOfThePlugin)
+{
+  String error;
+  const host::DescriptionResource* tag = host::Descriptions().Load(kRes, String("OrlixTag"), &error);
+  ASSERT_NE(tag, nullptr) << error;
+  const host::DescriptionResource* vp = host::Descriptions().Load(kRes, String("OrlixCam"), &error);
+  ASSERT_NE(vp, nullptr) << error;
+
+  Int32 id = 0;
+  ASSERT_TRUE(host::Descriptions().ResolveSymbol(String("ORLIXTAG_PROBE_PAD"), &id));
+  EXPECT_EQ(id, 1053);
+  ASSERT_TRUE(host::Descriptions().ResolveSymbol(String("ORLIXVP_CUBE_CELL_LAST"), &id));
+  EXPECT_EQ(id, 1093);
+  EXPECT_FALSE(host::Descriptions().ResolveSymbol(String("ORLIXTAG_NO_SUCH_THING"), &id));
+
+  Description desc;
+  ASSERT_TRUE(desc.LoadDescription(String("OrlixTag")));
+  const BaseContainer* pad = desc.GetParameterI(DescID(1053));
+  ASSERT_NE(pad, nullptr);
+  EXPECT_EQ(pad->GetString(DESC_CUSTOMGUI), String("XYPAD"));
+  const BaseContainer* lens = desc.GetParameterI(DescID(1006));
+  ASSERT_NE(lens, nullptr);
+  const BaseContainer cycle = lens->GetContainer(DESC_CYCLE);
+  EXPECT_EQ(cycle.GetDataCount(), 4);
+  EXPECT_EQ(cycle.GetString(0), String("Panorama"));
+  EXPECT_EQ(cycle.GetString(3), String("Cubemap"));
+  const BaseContainer* fov = desc.GetParameterI(DescID(1008));
+  ASSERT_NE(fov, nullptr);
+  EXPECT_EQ(fov->GetString(DESC_UNIT), String("DEGREE"));
+  EXPECT_EQ(fov->GetInt32(DESC_PARENTGROUP), 1007) << "the dome's field sits in the dome group";
+  EXPECT_EQ(fov->GetString(DESC_NAME), String("Field of View"));
+
+  // Every parameter of both tables is in its description.
+  const Int32 tagIds[] = {1000, 1001, 1003, 1004, 1005, 1006, 1007, 1008, 1009, 1010, 1011, 1012, 1013, 1014, 1015, 1016,
+                          1017, 1018, 1019, 1020, 1021, 1022, 1024, 1025, 1026, 1027, 1028, 1029, 1030, 1031, 1032, 1033,
+                          1034, 1035, 1036, 1037, 1038, 1040, 1041, 1042, 1043, 1044, 1045, 1046, 1047, 1048, 1049, 1050,
+                          1052, 1053, 1054};
+  for (Int32 t : tagIds)
+    EXPECT_NE(desc.GetParameterI(DescID(t)), nullptr) << "tag parameter " << t;
+  Description vpDesc;
+  ASSERT_TRUE(vpDesc.LoadDescription(String("OrlixCam")));
+  for (Int32 v = 1058; v <= 1093; ++v)
+    EXPECT_NE(vpDesc.GetParameterI(DescID(v)), nullptr) << "cube cell " << v;
+  const Int32 vpIds[] = {1000, 1011, 1012, 1013, 1014, 1015, 1016, 1017, 1018, 1019, 1020, 1023, 1024, 1026, 1027, 1028,
+                         1029, 1030, 1031, 1032, 1033, 1034, 1035, 1036, 1037, 1038, 1039, 1040, 1041, 1042, 1043, 1044,
+                         1045, 1046, 1047, 1048, 1049, 1050, 1051, 1052, 1053, 1054, 1055, 1056, 1057, 1096, 1097, 1098};
+  for (Int32 v : vpIds)
+    EXPECT_NE(vpDesc.GetParameterI(DescID(v)), nullptr) << "video post parameter " << v;
+  EXPECT_FALSE(Description().LoadDescription(String("Unknown")));
+}
+
+TEST_F(ResourceTest, SymbolHeaderMistakesNameTheLine)
+{
+  EXPECT_EQ(SymbolError("enum\n{\n  A = 1\n  B = 2\n};\n"), "x.h:4: expected ',' or '}' after 'A', found 'B'");
+  EXPECT_EQ(SymbolError("enum\n{\n  A = 1,\n"), "x.h:4: expected a symbol name, found the end of the file");
+  EXPECT_EQ(SymbolError("enum { A = x1 };"), "x.h:1: unknown symbol 'x1'");
+  EXPECT_EQ(SymbolError("enum { A = 1, A = 2 };"), "x.h:1: symbol 'A' defined twice");
+  EXPECT_EQ(SymbolError("/* open\ncomment"), "x.h:1: unterminated comment");
+  EXPECT_EQ(SymbolError("enum { A = 99999999999 };"), "x.h:1: expected a whole number for 'A'");
+
+  host::SymbolTable t;
+  std::string error;
+  ASSERT_TRUE(host::ParseSymbols("#ifndef X\n#define X\n// note\nenum { A = 1000, B, C = A, };\n#endif\n", "ok.h", t, &error)) << error;
+  EXPECT_EQ(t["B"], 1001) << "a symbol without value follows the one before";
+  EXPECT_EQ(t["C"], 1000);
+}
+
+TEST_F(ResourceTest, StringTableMistakesNameTheLine)
+{
+  const host::SymbolTable symbols = {{"IDS_A", 10000}};
+  std::vector<std::pair<Int32, String>> out;
+  std::string error;
+  EXPECT_FALSE(host::ParseStringTable("STRINGTABLE\n{\n  IDS_A \"open\n}\n", "s.str", symbols, out, &error));
+  EXPECT_EQ(error, "s.str:3: unterminated string");
+  EXPECT_FALSE(host::ParseStringTable("STRINGTABLE\n{\n  IDS_B \"x\";\n}\n", "s.str", symbols, out, &error));
+  EXPECT_EQ(error, "s.str:3: unknown symbol 'IDS_B'");
+  EXPECT_FALSE(host::ParseStringTable("STRINGTABLE\n{\n  IDS_A \"x\"\n}\n", "s.str", symbols, out, &error));
+  EXPECT_EQ(error, "s.str:4: expected ';' after the text of 'IDS_A', found '}'");
+  EXPECT_FALSE(host::ParseStringTable("STRINGTABLE\n{\n  IDS_A \"x\";\n", "s.str", symbols, out, &error));
+  EXPECT_EQ(error, "s.str:4: expected a symbol, found the end of the file") << "a truncated table";
+  out.clear();
+  ASSERT_TRUE(host::ParseStringTable("STRINGTABLE { IDS_A \"line\\none\" \" more\"; }", "s.str", symbols, out, &error)) << error;
+  EXPECT_EQ(out[0].second, String("line\none more"));
+}
+
+TEST_F(ResourceTest, BrokenDescriptionFilesAreRefusedWithFileAndLine)
+{
+  const std::string dir = ScratchFolder("orlix_broken_res");
+  Write(dir + "/description/Broken.h", "enum { BROKEN_A = 1000, BROKEN_B = 1001 };\n");
+  Write(dir + "/strings_en-US/description/Broken.str", "STRINGTABLE Broken { Broken \"B\"; BROKEN_A \"A\"; }\n");
+  String error;
+
+  Write(dir + "/description/Broken.res", "CONTAINER Broken\n{\n  NAME Broken;\n  BOOL BROKEN_A { }\n  LONG BROKEN_C { }\n}\n");
+  EXPECT_EQ(host::Descriptions().Load(Filename(dir.c_str()), String("Broken"), &error), nullptr);
+  EXPECT_EQ(error, String((dir + "/description/Broken.res:5: unknown symbol 'BROKEN_C'").c_str()));
+
+  Write(dir + "/description/Broken.res", "CONTAINER Broken\n{\n  NAME Broken;\n  BOOL BROKEN_A {\n");
+  EXPECT_EQ(host::Descriptions().Load(Filename(dir.c_str()), String("Broken"), &error), nullptr);
+  EXPECT_EQ(error, String((dir + "/description/Broken.res:5: expected '}' to close 'BOOL' of line 4, found the end of the file").c_str()));
+
+  Write(dir + "/description/Broken.res", "CONTAINER Broken\n{\n  TOGGLE BROKEN_A { }\n}\n");
+  EXPECT_EQ(host::Descriptions().Load(Filename(dir.c_str()), String("Broken"), &error), nullptr);
+  EXPECT_EQ(error, String((dir + "/description/Broken.res:3: unknown element 'TOGGLE'").c_str()));
+
+  Write(dir + "/description/Broken.res", "CONTAINER Broken\n{\n  REAL BROKEN_A { MIN low; }\n}\n");
+  EXPECT_EQ(host::Descriptions().Load(Filename(dir.c_str()), String("Broken"), &error), nullptr);
+  EXPECT_EQ(error, String((dir + "/description/Broken.res:3: 'MIN' needs a number").c_str()));
+
+  std::remove((dir + "/strings_en-US/description/Broken.str").c_str());
+  Write(dir + "/description/Broken.res", "CONTAINER Broken\n{\n  BOOL BROKEN_A { }\n}\n");
+  EXPECT_EQ(host::Descriptions().Load(Filename(dir.c_str()), String("Broken"), &error), nullptr);
+  EXPECT_EQ(error, String(("cannot read " + dir + "/strings_en-US/description/Broken.str").c_str()));
+  EXPECT_EQ(host::Descriptions().Find(String("Broken")), nullptr) << "nothing half-loaded stays";
+}
+
+TEST_F(ResourceTest, MissingOrBrokenStringFilesFailTheStart)
+{
+  EXPECT_FALSE(g_resource.Init(Filename("/nonexistent/res")));
+  EXPECT_FALSE(g_resource.IsLoaded());
+  EXPECT_TRUE(host::App().console.Contains(String("cannot read /nonexistent/res/c4d_symbols.h")));
+
+  const std::string dir = ScratchFolder("orlix_bad_strings");
+  Write(dir + "/c4d_symbols.h", "enum { IDS_A = 10000, _DUMMY_ };\n");
+  Write(dir + "/strings_en-US/c4d_strings.str", "STRINGTABLE\n{\n  IDS_A \"fine\";\n  IDS_A \"no semicolon\"\n}\n");
+  host::App().console.Clear();
+  EXPECT_FALSE(g_resource.Init(Filename(dir.c_str())));
+  EXPECT_TRUE(GeLoadString(10000).IsEmpty()) << "a broken table holds nothing";
+  EXPECT_TRUE(host::App().console.Contains(String("c4d_strings.str:5: expected ';'"))) << host::App().console.Lines().front();
+}

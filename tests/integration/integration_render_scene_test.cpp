@@ -1,0 +1,496 @@
+// Whole renders of small scenes: the host's pinhole, shading with shadows, materials, primitives
+// and meshes, and a sky picture seen through a panorama lens.
+#include <gtest/gtest.h>
+
+#include <OpenImageIO/imageio.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "c4d.h"
+#include "c4d_objects.h"
+#include "host_app.h"
+#include "render/render_loop.h"
+
+namespace
+{
+constexpr Int32 kLensId = 1999201;
+
+struct Rgba
+{
+  Float32 r, g, b, a;
+};
+
+std::ostream& operator<<(std::ostream& os, const Rgba& p)
+{
+  return os << '(' << p.r << ", " << p.g << ", " << p.b << ", " << p.a << ')';
+}
+
+/// A panorama lens written from the convention alone: frame column u = (x + 0.5) / width looks
+/// along +Z at 0.5 and towards +X at 0.75; row 0 looks up.
+class PanoramaLens : public VideoPostData
+{
+public:
+  static NodeData* Alloc() { return new PanoramaLens; }
+  Bool AllocateBuffers(BaseVideoPost*, Render* render, BaseDocument*) override
+  {
+    width = render->GetRenderData().GetInt32(RDATA_XRES);
+    height = render->GetRenderData().GetInt32(RDATA_YRES);
+    return true;
+  }
+  VIDEOPOSTINFO GetRenderInfo(BaseVideoPost*) override { return VIDEOPOSTINFO_CUSTOMLENS; }
+  void CreateRay(Ray* ray, Float x, Float y) override
+  {
+    const Float lon = ((x + 0.5) / width - 0.5) * 2.0 * PI;
+    const Float lat = (0.5 - (y + 0.5) / height) * PI;
+    ray->p = Vector(5, 6, 7); // the sky doesn't care where a ray starts
+    ray->v = Vector(std::sin(lon) * std::cos(lat), std::sin(lat), std::cos(lon) * std::cos(lat)) * 3.0;
+  }
+  Int32 width = 1, height = 1;
+};
+
+/// The picture the sky test looks at: smooth, periodic across the seam, different in every quadrant.
+Rgba SkyPixel(Int32 x, Int32 y, Int32 w, Int32 h)
+{
+  const Float u = (x + 0.5) / w, v = (y + 0.5) / h;
+  return Rgba{Float32(0.5 + 0.4 * std::sin(2.0 * PI * u)), Float32(v), Float32(0.5 + 0.3 * std::cos(4.0 * PI * u) * std::sin(PI * v)), 1.0f};
+}
+
+std::string WriteSkyPicture(const std::string& name, Int32 w, Int32 h)
+{
+  std::vector<float> pixels;
+  for (Int32 y = 0; y < h; ++y)
+    for (Int32 x = 0; x < w; ++x)
+    {
+      const Rgba p = SkyPixel(x, y, w, h);
+      pixels.insert(pixels.end(), {p.r, p.g, p.b});
+    }
+  const std::string path = ::testing::TempDir() + name;
+  auto out = OIIO::ImageOutput::create(path);
+  EXPECT_TRUE(out);
+  EXPECT_TRUE(out->open(path, OIIO::ImageSpec(w, h, 3, OIIO::TypeDesc::FLOAT)));
+  EXPECT_TRUE(out->write_image(OIIO::TypeDesc::FLOAT, pixels.data()));
+  out->close();
+  return path;
+}
+
+/// A 4 × 4 picture of four quadrants: red top left, green top right, blue bottom left, white.
+std::string WriteQuadrants(const std::string& name)
+{
+  std::vector<float> px;
+  for (Int32 y = 0; y < 4; ++y)
+    for (Int32 x = 0; x < 4; ++x)
+    {
+      const Int32 q = (y >= 2) * 2 + (x >= 2);
+      px.insert(px.end(), {q == 0 || q == 3 ? 1.0f : 0.0f, q == 1 || q == 3 ? 1.0f : 0.0f, q == 2 || q == 3 ? 1.0f : 0.0f});
+    }
+  const std::string path = ::testing::TempDir() + name;
+  auto out = OIIO::ImageOutput::create(path);
+  EXPECT_TRUE(out && out->open(path, OIIO::ImageSpec(4, 4, 3, OIIO::TypeDesc::FLOAT)));
+  EXPECT_TRUE(out && out->write_image(OIIO::TypeDesc::FLOAT, px.data()));
+  if (out)
+    out->close();
+  return path;
+}
+
+struct SceneRender : ::testing::Test
+{
+  void SetUp() override
+  {
+    host::ResetApp();
+    doc = BaseDocument::Alloc();
+    SetActiveDocument(doc);
+    Size(64, 32);
+  }
+  void TearDown() override { host::ResetApp(); }
+
+  void Size(Int32 w, Int32 h)
+  {
+    doc->GetActiveRenderData()->GetDataInstance()->SetInt32(RDATA_XRES, w);
+    doc->GetActiveRenderData()->GetDataInstance()->SetInt32(RDATA_YRES, h);
+  }
+
+  BaseObject* Add(Int32 type, const Matrix& mg = Matrix())
+  {
+    BaseObject* op = BaseObject::Alloc(type);
+    doc->InsertObject(op, nullptr, nullptr);
+    op->SetMg(mg);
+    return op;
+  }
+  BaseObject* Sphere(const Vector& pos, Float radius, const Vector& colour)
+  {
+    BaseObject* op = Add(Osphere, MatrixMove(pos));
+    op->GetDataInstance()->SetFloat(PRIM_SPHERE_RAD, radius);
+    Colour(op, colour);
+    return op;
+  }
+  static void Colour(BaseObject* op, const Vector& colour)
+  {
+    BaseContainer material;
+    material.SetVector(MATERIAL_COLOR, colour);
+    op->GetDataInstance()->SetContainer(OBJECT_MATERIAL, material);
+  }
+  void Sky(const Vector& colour) { Add(Osky)->GetDataInstance()->SetVector(SKY_COLOR, colour); }
+  /// A sun whose light travels along `dir`.
+  void Sun(const Vector& dir)
+  {
+    const Vector z = dir.GetNormalized();
+    const Vector x = Cross(Vector(0, 1, 0), z).IsZero() ? Vector(1, 0, 0) : Cross(Vector(0, 1, 0), z).GetNormalized();
+    BaseObject* light = Add(Olight, Matrix(Vector(), x, Cross(z, x), z));
+    light->GetDataInstance()->SetInt32(LIGHT_TYPE, LIGHT_TYPE_DISTANT);
+  }
+  /// A camera at `pos` looking straight down, image up along +Z, 90° across.
+  BaseObject* CameraLookingDown(const Vector& pos)
+  {
+    BaseObject* cam = Add(Ocamera, MatrixMove(pos) * HPBToMatrix(Vector(0, -PI05, 0)));
+    cam->GetDataInstance()->SetFloat(CAMERA_FOCUS, 18.0);
+    cam->GetDataInstance()->SetFloat(CAMERAOBJECT_APERTURE, 36.0);
+    return cam;
+  }
+
+  host::BitmapPtr Render(Int32 samples = 4)
+  {
+    host::RenderOptions options;
+    options.samples = samples;
+    host::BitmapPtr picture;
+    String error;
+    EXPECT_TRUE(host::RenderDocument(doc, options, &picture, &error)) << error;
+    return picture;
+  }
+
+  static Rgba At(const BaseBitmap& bmp, Int32 x, Int32 y)
+  {
+    Float32 argb[4];
+    bmp.GetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(argb), 16, COLORMODE_ARGBf);
+    return Rgba{argb[1], argb[2], argb[3], argb[0]};
+  }
+  /// The quadrant picture's colours at the given columns and rows of `bmp`.
+  static void ExpectQuadrants(const BaseBitmap& bmp, Int32 left, Int32 right, Int32 top, Int32 bottom)
+  {
+    const Rgba topLeft = At(bmp, left, top), topRight = At(bmp, right, top), bottomLeft = At(bmp, left, bottom),
+               bottomRight = At(bmp, right, bottom);
+    EXPECT_TRUE(topLeft.r > 0.3f && topLeft.g == 0.0f && topLeft.b == 0.0f) << "top left " << topLeft;
+    EXPECT_TRUE(topRight.g > 0.3f && topRight.r == 0.0f && topRight.b == 0.0f) << "top right " << topRight;
+    EXPECT_TRUE(bottomLeft.b > 0.3f && bottomLeft.r == 0.0f && bottomLeft.g == 0.0f) << "bottom left " << bottomLeft;
+    EXPECT_TRUE(bottomRight.r > 0.3f && bottomRight.g > 0.3f && bottomRight.b > 0.3f) << "bottom right " << bottomRight;
+  }
+  static Bool Same(const Rgba& p, const Vector& c, Float tol = 1e-6)
+  {
+    return std::fabs(p.r - c.x) <= tol && std::fabs(p.g - c.y) <= tol && std::fabs(p.b - c.z) <= tol;
+  }
+
+  BaseDocument* doc = nullptr;
+};
+
+} // namespace
+
+TEST_F(SceneRender, PinholeSeesTheSphereAtItsSizeAndPlaceAndTheSkyAroundIt)
+{
+  const Vector skyColour(0.1, 0.2, 0.9);
+  Sky(skyColour);
+  Sun(Vector(0, 0, 1)); // from the camera
+  Sphere(Vector(0, 0, 300), 50, Vector(1, 0, 0));
+  Sphere(Vector(80, 40, 300), 10, Vector(0, 0, 1));
+  Sphere(Vector(-100, 0, 300), 40, Vector(0, 1, 0))->SetRenderMode(MODE_OFF);
+  Add(Ocamera); // at the origin, looking along +Z, 36 mm on 36 mm: 53.13° across
+
+  host::BitmapPtr bmp = Render();
+  ASSERT_TRUE(bmp);
+  ASSERT_EQ(bmp->GetBw(), 64);
+  ASSERT_EQ(bmp->GetBh(), 32);
+
+  const Rgba centre = At(*bmp, 31, 15);
+  EXPECT_GT(centre.r, 0.9f) << centre;
+  EXPECT_EQ(centre.g, 0.0f) << centre;
+  EXPECT_EQ(centre.a, 1.0f);
+  for (const auto& corner : {std::pair<Int32, Int32>{0, 0}, {63, 0}, {0, 31}, {63, 31}})
+    EXPECT_TRUE(Same(At(*bmp, corner.first, corner.second), skyColour)) << "corner " << corner.first << ", " << corner.second;
+
+  // The silhouette: tan of the sphere's angular radius over tan of half the field, in half widths.
+  const Float radius = 50.0 / std::sqrt(300.0 * 300.0 - 50.0 * 50.0) / 0.5 * 32.0;
+  Int32 inside = 0, outside = 0;
+  for (Int32 y = 0; y < 32; ++y)
+    for (Int32 x = 20; x < 44; ++x)
+    {
+      const Float d = std::hypot(x - 31.5, y - 15.5);
+      const Rgba p = At(*bmp, x, y);
+      if (d < radius - 0.8)
+      {
+        EXPECT_TRUE(p.r > 0.09f && p.g == 0.0f && p.b == 0.0f) << "sphere at " << x << ", " << y << ": " << p;
+        ++inside;
+      }
+      else if (d > radius + 0.8)
+      {
+        EXPECT_TRUE(Same(p, skyColour)) << "sky at " << x << ", " << y << ": " << p;
+        ++outside;
+      }
+    }
+  EXPECT_GT(inside, 250);
+  EXPECT_GT(outside, 200);
+
+  // Up in the scene is up in the picture, +X is right; an object switched off isn't there.
+  const Rgba small = At(*bmp, 49, 7);
+  EXPECT_TRUE(small.b > 0.5f && small.r == 0.0f) << small;
+  EXPECT_TRUE(Same(At(*bmp, 10, 15), skyColour)) << "the sphere switched off for rendering shows";
+}
+
+TEST_F(SceneRender, FocalLengthAndTheLinkedCameraDecideTheView)
+{
+  Sky(Vector(0, 0, 0));
+  Sphere(Vector(0, 0, 300), 50, Vector(1, 1, 1));
+  BaseObject* first = Add(Ocamera, MatrixMove(Vector(0, 0, 600))); // first in the document, looks away
+  BaseObject* linked = Add(Ocamera);
+  linked->GetDataInstance()->SetFloat(CAMERA_FOCUS, 72.0);
+  ASSERT_EQ(doc->GetFirstObject(), linked);
+
+  // The first camera depth first is `linked`; move it behind `first` to see the link win.
+  linked->Remove();
+  doc->InsertObject(linked, nullptr, first);
+  host::BitmapPtr unlinked = Render();
+  ASSERT_TRUE(unlinked);
+  EXPECT_EQ(At(*unlinked, 31, 15).r, 0.0f) << "the first camera stands behind the sphere and looks away";
+
+  doc->GetRenderBaseDraw()->SetSceneCamera(linked);
+  host::BitmapPtr bmp = Render();
+  ASSERT_TRUE(bmp);
+  // At 72 mm the silhouette is twice the 36 mm one: 21.6 pixels.
+  EXPECT_GT(At(*bmp, 31 + 19, 15).r, 0.05f) << "19 pixels out is still on the sphere";
+  EXPECT_EQ(At(*bmp, 31 + 23, 15).r, 0.0f) << "23 pixels out is beyond it";
+
+  linked->GetDataInstance()->SetFloat(CAMERA_FOCUS, 0.0);
+  host::RenderOptions options;
+  String error;
+  EXPECT_FALSE(host::RenderDocument(doc, options, nullptr, &error));
+  EXPECT_EQ(error, String("camera: focal length and film width must be above 0"));
+}
+
+TEST_F(SceneRender, SunAndPointLightCastTheSphereShadowOnTheFloor)
+{
+  Size(64, 64);
+  BaseObject* floor = Add(Oplane);
+  floor->GetDataInstance()->SetFloat(PRIM_PLANE_WIDTH, 2000.0);
+  floor->GetDataInstance()->SetFloat(PRIM_PLANE_HEIGHT, 2000.0);
+  Colour(floor, Vector(1, 1, 1));
+  Sphere(Vector(0, 100, 0), 30, Vector(1, 1, 1));
+  CameraLookingDown(Vector(0, 400, 0));
+
+  // The shadow of the sphere's centre falls on (100, 0, 0): pixel (39.5, 31.5); (−100, 0, 0) is lit.
+  auto check = [&](const char* what, Float litExpected) {
+    host::BitmapPtr bmp = Render();
+    ASSERT_TRUE(bmp) << what;
+    const Rgba shadow = At(*bmp, 39, 31), lit = At(*bmp, 23, 31);
+    EXPECT_NEAR(lit.r, litExpected, 0.02) << what << ": lit floor " << lit;
+    EXPECT_GT(shadow.r, 0.05f) << what << ": the ambient light reaches into the shadow";
+    EXPECT_LT(shadow.r, 0.3f * lit.r) << what << ": shadow " << shadow << " against lit " << lit;
+    EXPECT_GT(At(*bmp, 39, 20).r, 0.5f * lit.r) << what << ": the floor beside the shadow is lit";
+  };
+  Sun(Vector(1, -1, 0));
+  check("sun at 45°", 0.1 + std::sqrt(0.5));
+
+  BaseObject* sun = doc->GetFirstObject();
+  ASSERT_EQ(sun->GetType(), Olight);
+  sun->GetDataInstance()->SetBool(LIGHT_SHADOW, false);
+  host::BitmapPtr noShadow = Render();
+  ASSERT_TRUE(noShadow);
+  EXPECT_NEAR(At(*noShadow, 39, 31).r, 0.1 + std::sqrt(0.5), 0.02) << "a light without shadows lights all";
+
+  sun->Remove();
+  BaseObject::Free(sun);
+  BaseObject* point = Add(Olight, MatrixMove(Vector(-100, 200, 0)));
+  point->GetDataInstance()->SetVector(LIGHT_COLOR, Vector(1, 1, 1));
+  check("point light", 0.1 + 1.0); // straight above (−100, 0, 0)
+}
+
+TEST_F(SceneRender, CheckerAndPicturePlanesFromAbove)
+{
+  Size(64, 64);
+  CameraLookingDown(Vector(0, 400, 0)); // 12.5 units a pixel on the floor, a 100 cell is 8 pixels
+  BaseObject* floor = Add(Oplane);
+  floor->GetDataInstance()->SetFloat(PRIM_PLANE_WIDTH, 2000.0);
+  floor->GetDataInstance()->SetFloat(PRIM_PLANE_HEIGHT, 2000.0);
+  BaseContainer checker;
+  checker.SetInt32(MATERIAL_TYPE, MATERIAL_TYPE_CHECKER);
+  checker.SetVector(MATERIAL_COLOR, Vector(1, 1, 1));
+  checker.SetVector(MATERIAL_COLOR2, Vector(0, 0, 0));
+  checker.SetFloat(MATERIAL_CHECKER_SIZE, 100.0);
+  floor->GetDataInstance()->SetContainer(OBJECT_MATERIAL, checker);
+
+  host::BitmapPtr bmp = Render();
+  ASSERT_TRUE(bmp);
+  Int32 bright = 0, dark = 0;
+  for (Int32 y = 0; y < 64; ++y)
+    for (Int32 x = 0; x < 64; ++x)
+    {
+      const Float wx = (x - 31.5) * 12.5, wz = (31.5 - y) * 12.5;
+      const Bool first = std::fmod(std::floor(wx / 100.0) + std::floor(wz / 100.0), 2.0) == 0.0;
+      const Rgba p = At(*bmp, x, y);
+      if (first)
+        bright += p.r > 0.5f;
+      else
+        dark += p.r == 0.0f;
+      ASSERT_TRUE(first ? p.r > 0.5f : p.r == 0.0f) << "pixel " << x << ", " << y << " over (" << wx << ", " << wz << "): " << p;
+    }
+  EXPECT_EQ(bright + dark, 64 * 64);
+  EXPECT_GT(dark, 1500);
+
+  // The quadrant picture on a plane 400 across, seen upright: its top towards +Z.
+  const std::string path = WriteQuadrants("render_quadrants.exr");
+  floor->GetDataInstance()->SetFloat(PRIM_PLANE_WIDTH, 400.0);
+  floor->GetDataInstance()->SetFloat(PRIM_PLANE_HEIGHT, 400.0);
+  BaseContainer picture;
+  picture.SetInt32(MATERIAL_TYPE, MATERIAL_TYPE_PICTURE);
+  picture.SetFilename(MATERIAL_PICTURE, Filename(path));
+  floor->GetDataInstance()->SetContainer(OBJECT_MATERIAL, picture);
+  doc->GetActiveRenderData()->GetDataInstance()->SetBool(RDATA_ALPHACHANNEL, true);
+  bmp = Render();
+  ASSERT_TRUE(bmp);
+  ExpectQuadrants(*bmp, 23, 40, 23, 40);
+  EXPECT_EQ(At(*bmp, 5, 5).a, 0.0f) << "beyond the plane there is neither object nor sky";
+}
+
+TEST_F(SceneRender, MeshTextureCoordinatesPlaceThePicture)
+{
+  Sky(Vector(0, 0, 0));
+  Add(Ocamera);
+  // A 200 × 200 quad facing the camera at 300: 21.3 pixels each way from the centre.
+  PolygonObject* quad = PolygonObject::Alloc(4, 1);
+  ASSERT_NE(quad, nullptr);
+  Vector* points = quad->GetPointW();
+  points[0] = Vector(-100, -100, 0);
+  points[1] = Vector(-100, 100, 0);
+  points[2] = Vector(100, 100, 0);
+  points[3] = Vector(100, -100, 0);
+  quad->GetPolygonW()[0] = CPolygon(0, 1, 2, 3);
+  ASSERT_TRUE(quad->SetUVWEnabled(true));
+  quad->GetUVWW()[0] = UVWStruct{Vector(0, 1, 0), Vector(0, 0, 0), Vector(1, 0, 0), Vector(1, 1, 0)};
+  doc->InsertObject(quad, nullptr, nullptr);
+  quad->SetMg(MatrixMove(Vector(0, 0, 300)));
+  BaseContainer picture;
+  picture.SetInt32(MATERIAL_TYPE, MATERIAL_TYPE_PICTURE);
+  picture.SetFilename(MATERIAL_PICTURE, Filename(WriteQuadrants("render_mesh_quadrants.exr")));
+  quad->GetDataInstance()->SetContainer(OBJECT_MATERIAL, picture);
+
+  host::BitmapPtr bmp = Render();
+  ASSERT_TRUE(bmp);
+  ExpectQuadrants(*bmp, 21, 42, 5, 26);
+}
+
+TEST_F(SceneRender, PrimitivesAndMeshesShowAtTheirPlaceAndSize)
+{
+  Sky(Vector(0, 0, 0));
+  Add(Ocamera); // 53.13° across 64 pixels: at distance 300 a pixel is 4.6875 units
+  // A 100 × 100 quad scaled by a half, left of the centre: 25 units is 5.33 pixels.
+  PolygonObject* quad = PolygonObject::Alloc(4, 1);
+  ASSERT_NE(quad, nullptr);
+  Vector* points = quad->GetPointW();
+  points[0] = Vector(-50, -50, 0);
+  points[1] = Vector(-50, 50, 0);
+  points[2] = Vector(50, 50, 0);
+  points[3] = Vector(50, -50, 0);
+  quad->GetPolygonW()[0] = CPolygon(0, 1, 2, 3);
+  doc->InsertObject(quad, nullptr, nullptr);
+  quad->SetMg(MatrixMove(Vector(-100, 0, 300)) * MatrixScale(Vector(0.5)));
+  Colour(quad, Vector(1, 0, 0));
+  // A cylinder standing in the middle: 20 wide is 4.27 pixels, 100 high 21.3.
+  BaseObject* cylinder = Add(Ocylinder, MatrixMove(Vector(0, 0, 300)));
+  cylinder->GetDataInstance()->SetFloat(PRIM_CYLINDER_RADIUS, 10.0);
+  cylinder->GetDataInstance()->SetFloat(PRIM_CYLINDER_HEIGHT, 100.0);
+  Colour(cylinder, Vector(0, 1, 0));
+  // A cube right of the centre, turned 45° about Y: a corner edge faces the camera.
+  BaseObject* cube = Add(Ocube, MatrixMove(Vector(100, 0, 300)) * HPBToMatrix(Vector(PI / 4, 0, 0)));
+  cube->GetDataInstance()->SetVector(PRIM_CUBE_LEN, Vector(40, 40, 40));
+  Colour(cube, Vector(0, 0, 1));
+
+  host::BitmapPtr bmp = Render();
+  ASSERT_TRUE(bmp);
+  auto channel = [&](Int32 x, Int32 y, int c) {
+    const Rgba p = At(*bmp, x, y);
+    return c == 0 ? p.r : (c == 1 ? p.g : p.b);
+  };
+  const Float quadX = 31.5 - 100.0 / 4.6875; // 10.17
+  for (const Int32 dx : {-4, 0, 4})
+    for (const Int32 dy : {-4, 0, 4})
+      EXPECT_GT(channel(Int32(std::lround(quadX)) + dx, 16 + dy, 0), 0.05f) << "quad at offset " << dx << ", " << dy;
+  EXPECT_EQ(channel(Int32(std::lround(quadX)) + 7, 16, 0), 0.0f) << "the quad's scale halves it";
+  EXPECT_EQ(channel(Int32(std::lround(quadX)), 16 - 7, 0), 0.0f);
+
+  EXPECT_GT(channel(31, 15 - 9, 1), 0.05f) << "the cylinder stands 21 pixels tall";
+  EXPECT_GT(channel(32, 16 + 9, 1), 0.05f);
+  EXPECT_EQ(channel(31, 15 - 13, 1), 0.0f);
+  EXPECT_EQ(channel(31 - 4, 15, 1), 0.0f) << "and is 4 pixels wide";
+  EXPECT_EQ(channel(32 + 4, 15, 1), 0.0f);
+
+  // The turned cube's corners reach 28.3 units to each side: from pixel 46.8 to 58.9, its
+  // centre at 52.8, its front edge (nearer) at 55.1.
+  for (const Int32 x : {48, 53, 55, 57})
+    EXPECT_GT(channel(x, 16, 2), 0.05f) << "cube at " << x;
+  EXPECT_EQ(channel(44, 16, 2), 0.0f);
+  EXPECT_EQ(channel(61, 16, 2), 0.0f);
+  EXPECT_EQ(channel(53, 16 - 8, 2), 0.0f) << "the cube is 40 high: 4.7 pixels each way";
+}
+
+TEST_F(SceneRender, SkyPictureComesBackUnchangedThroughAPanoramaLens)
+{
+  host::PluginEntry e;
+  e.kind = host::PluginEntry::Kind::VideoPost;
+  e.id = kLensId;
+  e.alloc = PanoramaLens::Alloc;
+  ASSERT_TRUE(host::App().plugins.Add(e));
+  doc->GetActiveRenderData()->InsertVideoPost(BaseVideoPost::Alloc(kLensId));
+
+  const std::string path = WriteSkyPicture("render_sky.exr", 64, 32);
+  BaseObject* sky = Add(Osky);
+  sky->GetDataInstance()->SetInt32(SKY_TYPE, SKY_TYPE_PICTURE);
+  sky->GetDataInstance()->SetFilename(SKY_PICTURE, Filename(path));
+
+  // One sample at each pixel centre finds the picture's own pixel; four blur it a little.
+  for (const Int32 samples : {1, 4})
+  {
+    host::BitmapPtr bmp = Render(samples);
+    ASSERT_TRUE(bmp);
+    const Float tol = samples == 1 ? 2e-5 : 0.01;
+    Int32 compared = 0;
+    for (Int32 y = 0; y < 32; ++y)
+      for (Int32 x = 0; x < 64; ++x)
+      {
+        const Rgba want = SkyPixel(x, y, 64, 32);
+        const Rgba got = At(*bmp, x, y);
+        ASSERT_TRUE(Same(got, Vector(want.r, want.g, want.b), tol))
+          << samples << " samples, pixel " << x << ", " << y << ": " << got << " for " << want;
+        ++compared;
+      }
+    EXPECT_EQ(compared, 64 * 32);
+  }
+  // Both sides of the seam, where u wraps from 1 to 0.
+  host::BitmapPtr bmp = Render(1);
+  EXPECT_NEAR(At(*bmp, 0, 16).r, SkyPixel(0, 16, 64, 32).r, 2e-5);
+  EXPECT_NEAR(At(*bmp, 63, 16).r, SkyPixel(63, 16, 64, 32).r, 2e-5);
+}
+
+TEST_F(SceneRender, PinholeTurnedTowardsXSeesThePictureThreeQuartersAcross)
+{
+  const std::string path = WriteSkyPicture("render_sky_pinhole.exr", 64, 32);
+  BaseObject* sky = Add(Osky);
+  sky->GetDataInstance()->SetInt32(SKY_TYPE, SKY_TYPE_PICTURE);
+  sky->GetDataInstance()->SetFilename(SKY_PICTURE, Filename(path));
+  sky->GetDataInstance()->SetFloat(SKY_INTENSITY, 2.0);
+  BaseObject* cam = Add(Ocamera, HPBToMatrix(Vector(-PI05, 0, 0)));
+  ASSERT_NEAR(cam->GetMg().v3.x, 1.0, 1e-12) << "the camera looks along +X";
+  Size(3, 3);
+
+  host::BitmapPtr bmp = Render(1);
+  ASSERT_TRUE(bmp);
+  // The centre pixel looks at u = 0.75, v = 0.5: halfway between picture columns 47 and 48 and
+  // rows 15 and 16, so it gets their mean, twice for the sky's intensity 2.
+  Float r = 0.0, g = 0.0;
+  for (const Int32 x : {47, 48})
+    for (const Int32 y : {15, 16})
+    {
+      r += SkyPixel(x, y, 64, 32).r / 2.0;
+      g += SkyPixel(x, y, 64, 32).g / 2.0;
+    }
+  const Rgba got = At(*bmp, 1, 1);
+  EXPECT_NEAR(got.r, r, 1e-4) << got;
+  EXPECT_NEAR(got.g, g, 1e-4) << got;
+}

@@ -1,0 +1,336 @@
+// The stereo eye model, the quaternion turn and the inverse lens formulas of the separation map.
+#include <cmath>
+#include <string>
+
+#include "lens_stereo.h"
+#include "lens_test_util.h"
+
+namespace
+{
+// The usual pair: the camera at the origin, the left eye half of 6.5 to its left.
+constexpr double kHalf = 3.25;
+constexpr double kSeparation = 6.5;
+
+StereoCameraInfo Eye(const Matrix& camera, double side, const char* name)
+{
+  StereoCameraInfo eye;
+  eye.m = camera * MatrixMove(Vector(side, 0, 0));
+  eye.strName = String(name);
+  return eye;
+}
+
+::testing::AssertionResult AxesNear(const Matrix& got, const Matrix& want, double tol)
+{
+  for (const auto& pair : {std::make_pair(got.v1, want.v1), std::make_pair(got.v2, want.v2), std::make_pair(got.v3, want.v3)})
+    if (!VectorNear(pair.first, pair.second, tol))
+      return ::testing::AssertionFailure() << "axes " << got << ", want " << want;
+  return ::testing::AssertionSuccess();
+}
+
+const Vector kGarbage(123, 456, 789);
+
+// Offset of the eye for one ray, from the left eye of an identity camera, without convergence.
+struct OffsetRow
+{
+  const char* what;
+  Int32 model;
+  Bool zenith;
+  Vector direction;
+  double strength;
+  Vector offset;
+};
+
+const double kDiag = kHalf / std::sqrt(2.0); // 2.298097...
+
+const OffsetRow kOffsets[] = {
+  {"fixed ahead", 0, false, {0, 0, 1}, 1, {-kHalf, 0, 0}},
+  {"fixed right", 0, false, {1, 0, 0}, 1, {-kHalf, 0, 0}},
+  {"fixed up", 0, false, {0, 1, 0}, 1, {-kHalf, 0, 0}},
+  {"fixed behind", 0, false, {0, 0, -1}, 1, {-kHalf, 0, 0}},
+  {"fixed half strength", 0, false, {0, 0, 1}, 0.5, {-1.625, 0, 0}},
+  {"fixed zero strength", 0, false, {0.6, 0, 0.8}, 0, {0, 0, 0}},
+  {"fixed strength 2.5", 0, false, {0, 0, 1}, 2.5, {-8.125, 0, 0}},
+  {"circle ahead", 1, false, {0, 0, 1}, 1, {-kHalf, 0, 0}},
+  {"circle right", 1, false, {1, 0, 0}, 1, {0, 0, kHalf}},
+  {"circle left", 1, false, {-1, 0, 0}, 1, {0, 0, -kHalf}},
+  {"circle behind", 1, false, {0, 0, -1}, 1, {kHalf, 0, 0}},
+  {"circle straight up stands as for right", 1, false, {0, 1, 0}, 1, {0, 0, kHalf}},
+  {"circle ahead right", 1, false, {M_SQRT1_2, 0, M_SQRT1_2}, 1, {-kDiag, 0, kDiag}},
+  {"circle right half strength", 1, false, {1, 0, 0}, 0.5, {0, 0, 1.625}},
+  {"sweep right", 2, false, {1, 0, 0}, 1, {0, 0, kHalf}},
+  {"sweep left", 2, false, {-1, 0, 0}, 1, {0, 0, -kHalf}},
+  {"sweep behind has no turn", 2, false, {0, 0, -1}, 1, {-kHalf, 0, 0}},
+  {"sweep up has no turn", 2, false, {0, 1, 0}, 1, {-kHalf, 0, 0}},
+  {"sweep x 0.5 turns an eighth", 2, false, {0.5, 0, 0.8660254037844386}, 1, {-kDiag, 0, kDiag}},
+  {"sweep right zero strength", 2, false, {1, 0, 0}, 0, {0, 0, 0}},
+  {"roll right", 3, false, {1, 0, 0}, 1, {0, kHalf, 0}},
+  {"roll left", 3, false, {-1, 0, 0}, 1, {0, -kHalf, 0}},
+  {"roll ahead", 3, false, {0, 0, 1}, 1, {-kHalf, 0, 0}},
+  {"roll right half strength", 3, false, {1, 0, 0}, 0.5, {0, 1.625, 0}},
+  {"model 7 acts as fixed", 7, false, {1, 0, 0}, 1, {-kHalf, 0, 0}},
+  {"model -1 acts as fixed", -1, false, {1, 0, 0}, 0.5, {-1.625, 0, 0}},
+  {"zenith fixed", 0, true, {1, 0, 0}, 1, {-kHalf, 0, 0}},
+  {"zenith circle right", 1, true, {1, 0, 0}, 1, {0, -kHalf, 0}},
+  {"zenith sweep right", 2, true, {1, 0, 0}, 1, {0, -kHalf, 0}},
+  {"zenith sweep dome centre", 2, true, {0, 1, 0}, 1, {-kHalf, 0, 0}},
+  {"zenith roll right turns about y", 3, true, {1, 0, 0}, 1, {0, 0, kHalf}},
+};
+} // namespace
+
+TEST(EyeRayMatrix, OffsetOfEveryModel)
+{
+  const Matrix turnDown = MatrixRotX(-PI05);
+  int tested = 0;
+  for (const OffsetRow& row : kOffsets)
+  {
+    Vector aim = kGarbage, axis = kGarbage;
+    const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), row.direction, row.model, row.zenith, 0.0,
+                                  kSeparation, row.strength, aim, axis);
+    EXPECT_TRUE(VectorNear(e.off, row.offset, 1e-12)) << row.what << ", direction " << row.direction;
+    // The turn and its undoing leave the eye's own axes; the zenith setting adds its quarter turn.
+    EXPECT_TRUE(AxesNear(e, row.zenith ? turnDown : Matrix(), 1e-15)) << row.what;
+    EXPECT_EQ(aim, Vector()) << row.what << ": no convergence without a zero parallax distance";
+    EXPECT_EQ(axis, Vector()) << row.what;
+    ++tested;
+  }
+  EXPECT_EQ(tested, static_cast<int>(sizeof(kOffsets) / sizeof(kOffsets[0])));
+}
+
+TEST(EyeRayMatrix, RightEyeMirrorsTheLeft)
+{
+  Vector aim, axis;
+  const StereoCameraInfo right = Eye(Matrix(), kHalf, "1");
+  EXPECT_TRUE(VectorNear(EyeRayMatrix(Matrix(), right, {1, 0, 0}, 2, false, 0, kSeparation, 1, aim, axis).off,
+                         {0, 0, -kHalf}, 1e-12));
+  EXPECT_TRUE(VectorNear(EyeRayMatrix(Matrix(), right, {0, 0, -1}, 1, false, 0, kSeparation, 1, aim, axis).off,
+                         {-kHalf, 0, 0}, 1e-12));
+  EXPECT_TRUE(VectorNear(EyeRayMatrix(Matrix(), right, {1, 0, 0}, 3, false, 0, kSeparation, 1, aim, axis).off,
+                         {0, -kHalf, 0}, 1e-12));
+}
+
+TEST(EyeRayMatrix, OffsetTurnsInTheCamerasOwnFrame)
+{
+  // A moved and turned camera: the baseline turns within the camera's axes, not the world's.
+  const Matrix cam = MatrixMove(Vector(10, 20, 30)) * MatrixRotY(0.7) * MatrixRotX(-0.2);
+  const StereoCameraInfo left = Eye(cam, -kHalf, "0");
+  struct Row
+  {
+    Int32 model;
+    Vector direction;
+    Vector localOffset;
+  } rows[] = {
+    {0, {1, 0, 0}, {-kHalf, 0, 0}},
+    {1, {1, 0, 0}, {0, 0, kHalf}},
+    {2, {-1, 0, 0}, {0, 0, -kHalf}},
+    {3, {1, 0, 0}, {0, kHalf, 0}},
+  };
+  for (const Row& row : rows)
+  {
+    Vector aim, axis;
+    const Matrix e = EyeRayMatrix(cam, left, row.direction, row.model, false, 0, kSeparation, 1, aim, axis);
+    EXPECT_TRUE(VectorNear(e.off, cam * row.localOffset, 1e-12)) << "model " << row.model;
+    EXPECT_TRUE(AxesNear(e, cam, 1e-14)) << "model " << row.model;
+  }
+}
+
+TEST(EyeRayMatrix, ZenithBringsTheDomeCentreBackToTheCameraAxis)
+{
+  // With the zenith setting the dome's centre arrives as +Y; the result looks along the camera's z.
+  Vector aim, axis;
+  const Matrix cam = MatrixMove(Vector(0, 150, 0)) * MatrixRotX(-PI05);
+  const Matrix e = EyeRayMatrix(cam, Eye(cam, -kHalf, "0"), {0, 1, 0}, 2, true, 0, kSeparation, 1, aim, axis);
+  EXPECT_TRUE(VectorNear(e.TransformVector(Vector(0, 1, 0)), cam.v3, 1e-15));
+  EXPECT_TRUE(VectorNear(e.off, cam * Vector(-kHalf, 0, 0), 1e-12));
+}
+
+TEST(EyeRayMatrix, ConvergenceToeInNumbers)
+{
+  Vector aim = kGarbage, axis = kGarbage;
+  const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), {0, 0, 1}, 0, false, 1000, kSeparation, 1, aim, axis);
+  EXPECT_TRUE(VectorNear(e.off, {-kHalf, 0, 0}, 1e-12)) << "convergence turns the eye, it doesn't move it";
+  EXPECT_TRUE(VectorNear(aim, {0, 0, 1000}, 1e-12));
+  EXPECT_TRUE(VectorNear(axis, {0, -1, 0}, 1e-15));
+  EXPECT_TRUE(VectorNear(e.TransformVector(Vector(0, 0, 1)), {0.00325, 0, 0.9999947}, 1e-7));
+
+  // The right eye turns the other way, about the opposite axis.
+  const Matrix r = EyeRayMatrix(Matrix(), Eye(Matrix(), kHalf, "1"), {0, 0, 1}, 0, false, 1000, kSeparation, 1, aim, axis);
+  EXPECT_TRUE(VectorNear(axis, {0, 1, 0}, 1e-15));
+  EXPECT_TRUE(VectorNear(r.TransformVector(Vector(0, 0, 1)), {-0.00325, 0, 0.9999947}, 1e-7));
+}
+
+TEST(EyeRayMatrix, ConvergenceAngleComesFromTheUnturnedOffset)
+{
+  // The full circle moves the eye in line with the ray, but the angle is measured from the
+  // offset before the turn: it is 0, and the ray stays parallel to the direction.
+  Vector aim, axis;
+  const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), {1, 0, 0}, 1, false, 1000, kSeparation, 1, aim, axis);
+  EXPECT_TRUE(VectorNear(e.off, {0, 0, kHalf}, 1e-12));
+  EXPECT_TRUE(VectorNear(aim, {1000, 0, 0}, 1e-12));
+  EXPECT_TRUE(VectorNear(e.TransformVector(Vector(1, 0, 0)), {1, 0, 0}, 1e-15));
+}
+
+TEST(EyeRayMatrix, ConvergedFixedEyeAimsAtThePoint)
+{
+  // With the fixed model at full strength, each eye's ray passes through the point at the zero
+  // parallax distance along the direction, for any camera, direction and either eye.
+  const Matrix cam = MatrixMove(Vector(-40, 7, 12)) * MatrixRotY(-1.1) * MatrixRotX(0.4) * MatrixRotZ(0.2);
+  const Vector directions[] = {{0, 0, 1}, {0.3, 0.1, 0.9}, {-0.7, 0.2, 0.4}, {0.2, -0.9, 0.3}, {0.5, 0.5, -0.7}};
+  int tested = 0;
+  for (const Bool zenith : {false, true})
+    for (const double side : {-kHalf, kHalf})
+      for (const Vector& raw : directions)
+      {
+        const Vector d = raw.GetNormalized();
+        Vector aim, axis;
+        const StereoCameraInfo eye = Eye(cam, side, side < 0 ? "0" : "1");
+        const Matrix e = EyeRayMatrix(cam, eye, d, 0, zenith, 500, kSeparation, 1, aim, axis);
+        const Matrix lens = zenith ? cam * MatrixRotX(-PI05) : cam;
+        const Vector target = lens * aim;
+        const Vector ray = e.TransformVector(d);
+        const Vector toTarget = target - e.off;
+        EXPECT_NEAR(Cross(ray, toTarget).GetLength() / toTarget.GetLength(), 0.0, 1e-9)
+          << "direction " << d << " eye " << side << " zenith " << zenith;
+        EXPECT_GT(Dot(ray, toTarget), 0.0) << "the ray looks toward the point, not away";
+        ++tested;
+      }
+  EXPECT_EQ(tested, 20);
+}
+
+TEST(EyeRayMatrix, ConvergenceGates)
+{
+  struct Gate
+  {
+    const char* what;
+    const char* name;
+    double zeroParallax;
+    double separation;
+    double strength;
+  } gates[] = {
+    {"no name", "", 1000, kSeparation, 1},
+    {"name of two characters", "01", 1000, kSeparation, 1},
+    {"name of another character", "2", 1000, kSeparation, 1},
+    {"name L", "L", 1000, kSeparation, 1},
+    {"zero parallax 0", "0", 0, kSeparation, 1},
+    {"zero parallax negative", "0", -10, kSeparation, 1},
+    {"separation 0", "0", 1000, 0, 1},
+    {"separation negative", "1", 1000, -6.5, 1},
+    {"strength 0", "0", 1000, kSeparation, 0},
+    {"strength negative", "0", 1000, kSeparation, -0.5},
+  };
+  // The sweep model, so that the baseline turn still shows where convergence is off.
+  const Vector d = Vector(0.6, 0.0, 0.8);
+  for (const Gate& g : gates)
+  {
+    Vector aim = kGarbage, axis = kGarbage;
+    const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, g.name), d, 2, false, g.zeroParallax, g.separation,
+                                  g.strength, aim, axis);
+    Vector aim0, axis0;
+    const Matrix plain = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, g.name), d, 2, false, 0, g.separation, g.strength,
+                                      aim0, axis0);
+    EXPECT_EQ(aim, Vector()) << g.what;
+    EXPECT_EQ(axis, Vector()) << g.what;
+    EXPECT_EQ(e, plain) << g.what << ": no toe-in";
+    if (g.strength > 0)
+    {
+      EXPECT_GT(std::fabs(e.off.z), 1.0) << g.what << ": the baseline turn still applies";
+    }
+  }
+
+  // Just inside every gate, convergence runs.
+  Vector aim, axis;
+  EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "1"), d, 2, false, 1e-9, 1e-9, 1e-9, aim, axis);
+  EXPECT_NE(aim, Vector());
+  EXPECT_NE(axis, Vector());
+}
+
+TEST(RotAxisToMatrix, AgreesWithTheHostsAxisTurns)
+{
+  int tested = 0;
+  for (const double a : {0.3, -1.2, PI05, PI, 2.5})
+  {
+    EXPECT_TRUE(AxesNear(RotAxisToMatrix(Vector(1, 0, 0), a), MatrixRotX(a), 1e-15)) << "angle " << a;
+    EXPECT_TRUE(AxesNear(RotAxisToMatrix(Vector(0, 3, 0), a), MatrixRotY(a), 1e-15)) << "angle " << a << ", long axis";
+    EXPECT_TRUE(AxesNear(RotAxisToMatrix(Vector(0, 0, 0.5), a), MatrixRotZ(a), 1e-15)) << "angle " << a << ", short axis";
+    ++tested;
+  }
+  EXPECT_EQ(tested, 5);
+}
+
+TEST(RotAxisToMatrix, ValuesAndIdentities)
+{
+  // A third of a turn about the diagonal cycles the axes: x to z, y to x, z to y.
+  const Matrix cycle = RotAxisToMatrix(Vector(1, 1, 1), PI2 / 3.0);
+  EXPECT_TRUE(VectorNear(cycle.v1, {0, 0, 1}, 1e-15));
+  EXPECT_TRUE(VectorNear(cycle.v2, {1, 0, 0}, 1e-15));
+  EXPECT_TRUE(VectorNear(cycle.v3, {0, 1, 0}, 1e-15));
+
+  EXPECT_EQ(RotAxisToMatrix(Vector(), 1.0), Matrix()) << "zero axis";
+  EXPECT_EQ(RotAxisToMatrix(Vector(0.3, 0.4, 0.5), 0.0), Matrix()) << "zero angle";
+
+  // Any axis: a rotation that keeps the axis and is undone by the opposite angle.
+  const Vector axis(0.3, -0.4, 0.5);
+  const Matrix m = RotAxisToMatrix(axis, 0.9);
+  EXPECT_NEAR(m.GetDeterminant(), 1.0, 1e-14);
+  EXPECT_EQ(m.off, Vector());
+  EXPECT_TRUE(VectorNear(m.TransformVector(axis), axis, 1e-15));
+  EXPECT_TRUE(AxesNear(RotAxisToMatrix(axis, -0.9) * m, Matrix(), 1e-15));
+}
+
+TEST(InverseLens, EquirectQuarterTurnPoleAndRounding)
+{
+  // The inverse comes back a quarter of the image on, wrapped into 0..1.
+  EXPECT_TRUE(VectorNear(DirectionToEquirect(EquirectDirection(0.5, 0.5)), {0.75, 0.5, 0}, 1e-15));
+  EXPECT_TRUE(VectorNear(DirectionToEquirect(EquirectDirection(0.25, 0.5)), {0.5, 0.5, 0}, 1e-15));
+  EXPECT_TRUE(VectorNear(DirectionToEquirect(EquirectDirection(0.74, 0.3)), {0.99, 0.3, 0}, 1e-14)) << "before the wrap";
+  EXPECT_TRUE(VectorNear(DirectionToEquirect(EquirectDirection(0.76, 0.3)), {0.01, 0.3, 0}, 1e-14)) << "after the wrap";
+  EXPECT_TRUE(VectorNear(DirectionToEquirect(EquirectDirection(0.001, 0.7)), {0.251, 0.7, 0}, 1e-14)) << "seam, left side";
+  EXPECT_TRUE(VectorNear(DirectionToEquirect(EquirectDirection(0.999, 0.7)), {0.249, 0.7, 0}, 1e-14)) << "seam, right side";
+
+  // u = 1 exactly stays 1: only beyond 1 does it wrap.
+  EXPECT_EQ(DirectionToEquirect(Vector(1, 0, 0)), Vector(1, 0.5, 0));
+
+  // At the pole atan2(0, 0) is 0: a = -0.25, u = 1.25, wrapped.
+  EXPECT_EQ(DirectionToEquirect(Vector(0, 0, 1)), Vector(0.25, 0, 0));
+  // z a rounding step beyond ±1 stays on the pole.
+  const Vector above = DirectionToEquirect(Vector(0, 0, 1.0000000000000002));
+  EXPECT_EQ(above.y, 0.0);
+  EXPECT_TRUE(std::isfinite(above.x));
+  EXPECT_EQ(DirectionToEquirect(Vector(0, 0, -1.0000000000000002)).y, 1.0);
+}
+
+TEST(InverseLens, DomeCentreRimAndUpwardV)
+{
+  for (const double fov : {PI, PI2, 0.1, 0.0})
+    EXPECT_EQ(DirectionToDome(Vector(0, 0, 1), fov), Vector(0.5, 0.5, 0.5)) << "fov " << fov;
+  EXPECT_TRUE(VectorNear(DirectionToDome(Vector(1, 0, 0), PI), {1, 0.5, 0.5}, 1e-15)) << "right rim";
+  EXPECT_TRUE(VectorNear(DirectionToDome(Vector(0, 1, 0), PI), {0.5, 1, 0.5}, 1e-15)) << "up is v = 1: v runs upward";
+  EXPECT_TRUE(VectorNear(DirectionToDome(Vector(0, 0, -1), PI2), {1, 0.5, 0.5}, 1e-15)) << "straight back on a full sphere";
+  EXPECT_TRUE(VectorNear(DirectionToDome(DomeDirection(0.75, 0.25, PI, true), PI), {0.75, 0.75, 0.5}, 1e-15));
+}
+
+TEST(SeparationMapPosition, LookUpPositionsOfTheLenses)
+{
+  // Directions as the lens makes them, turned up by its quarter turn.
+  auto lensDirection = [](LensState s, double u, double v) {
+    Vector uv(u, v, 0);
+    return PixelToDirection(s, uv);
+  };
+  LensState pano = MakeState(1000, 500);
+  pano.isPanorama = true;
+  pano.fov = PI2;
+  UpdateSpans(pano);
+  EXPECT_TRUE(VectorNear(SeparationMapPosition(lensDirection(pano, 0.5, 0.5), false, PI), {0.75, 0.5, 0}, 1e-15));
+  EXPECT_TRUE(VectorNear(SeparationMapPosition(lensDirection(pano, 0.25, 0.5), false, PI), {0.5, 0.5, 0}, 1e-15));
+
+  LensState dome = MakeState(1000, 1000);
+  dome.isDome = true;
+  dome.fov = PI;
+  dome.isStereo = true;
+  dome.domeZenithStereo = true;
+  EXPECT_TRUE(VectorNear(SeparationMapPosition(lensDirection(dome, 0.75, 0.25), true, PI), {0.75, 0.75, 0.5}, 1e-15));
+
+  // A dome without the zenith setting has no quarter turn, is turned all the same and looked up
+  // as a sphere: its centre lands at (0.75, 0.5).
+  dome.domeZenithStereo = false;
+  EXPECT_TRUE(VectorNear(SeparationMapPosition(lensDirection(dome, 0.5, 0.5), false, PI), {0.75, 0.5, 0}, 1e-15));
+}

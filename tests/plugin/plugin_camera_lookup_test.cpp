@@ -1,0 +1,96 @@
+// Finding the lens camera: the render view's link first, else the first enabled tagged camera.
+#include <memory>
+
+#include "OrlixCamVP.h"
+#include "OrlixTag.h"
+#include "description/OrlixTag.h"
+#include "plugin_fixture.h"
+
+namespace
+{
+struct LookupTest : PluginTest
+{
+  std::unique_ptr<OrlixCamVP> state{static_cast<OrlixCamVP*>(OrlixCamVP::Alloc())};
+
+  BaseObject* Camera(const char* name, BaseObject* parent = nullptr)
+  {
+    BaseObject* cam = BaseObject::Alloc(Ocamera);
+    cam->SetName(String(name));
+    if (parent)
+      cam->InsertUnderLast(parent);
+    else
+      doc->InsertObject(cam, nullptr, nullptr);
+    return cam;
+  }
+  static BaseTag* Tag(BaseObject* cam) { return cam->MakeTag(OrlixTag::ID); }
+};
+} // namespace
+
+TEST_F(LookupTest, LinkedViewCameraStandsEvenWithoutATag)
+{
+  BaseObject* tagged = Camera("Tagged");
+  Tag(tagged);
+  BaseObject* plain = Camera("Plain");
+  doc->GetRenderBaseDraw()->SetSceneCamera(plain);
+
+  EXPECT_EQ(FindCameraAndTag(*state, doc), doc->GetRenderBaseDraw());
+  EXPECT_EQ(state->camera, plain);
+  EXPECT_EQ(state->tag, nullptr) << "no search runs while the view has a link";
+  EXPECT_EQ(state->tagData, nullptr);
+  EXPECT_FALSE(state->switchSceneCamera);
+}
+
+TEST_F(LookupTest, SearchFindsTheFirstEnabledTaggedCameraDepthFirst)
+{
+  BaseObject* off = Camera("Render mode off");
+  BaseTag* offTag = Tag(off);
+  BaseObject* disabled = Camera("Tag disabled");
+  BaseTag* disabledTag = Tag(disabled);
+  disabledTag->GetDataInstance()->SetBool(ORLIXTAG_ENABLED, false);
+  BaseObject* child = Camera("Child of disabled", disabled);
+  BaseTag* childTag = Tag(child);
+  // The document lists the last inserted first: disabled (with its child), then off.
+  off->SetRenderMode(MODE_OFF);
+  ASSERT_EQ(doc->GetFirstObject(), disabled);
+
+  FindCameraAndTag(*state, doc);
+  EXPECT_EQ(state->camera, child) << "a passed-over camera's children are still searched";
+  EXPECT_EQ(state->tag, childTag);
+  EXPECT_EQ(state->tagData, childTag->GetDataInstance());
+  EXPECT_TRUE(state->switchSceneCamera);
+
+  childTag->GetDataInstance()->SetBool(ORLIXTAG_ENABLED, false);
+  state->switchSceneCamera = false;
+  FindCameraAndTag(*state, doc);
+  EXPECT_EQ(state->camera, nullptr) << "a camera switched off for rendering is passed over";
+  EXPECT_FALSE(state->switchSceneCamera);
+
+  off->SetRenderMode(MODE_ON);
+  FindCameraAndTag(*state, doc);
+  EXPECT_EQ(state->tag, offTag);
+  (void)disabledTag;
+}
+
+TEST_F(LookupTest, NonCameraWithTagIsNotALensCamera)
+{
+  BaseObject* null = BaseObject::Alloc(Onull);
+  doc->InsertObject(null, nullptr, nullptr);
+  null->MakeTag(OrlixTag::ID);
+  EXPECT_EQ(FindLensCamera(doc->GetFirstObject()), nullptr);
+}
+
+TEST_F(LookupTest, DocumentFallsBackToTheActiveOneThenToNothing)
+{
+  BaseObject* cam = Camera("Cam");
+  Tag(cam);
+  FindCameraAndTag(*state, nullptr);
+  EXPECT_EQ(state->camera, cam) << "without a document the active one is searched";
+
+  host::ResetApp();
+  doc = nullptr;
+  state->camera = reinterpret_cast<BaseObject*>(0x1);
+  EXPECT_EQ(FindCameraAndTag(*state, nullptr), nullptr);
+  EXPECT_EQ(state->camera, nullptr);
+  EXPECT_EQ(state->tag, nullptr);
+  EXPECT_EQ(state->tagData, nullptr);
+}

@@ -1,0 +1,179 @@
+// The entry point's stages, the registration chain, the console log and the text helpers.
+#include <regex>
+#include <string>
+
+#include "OrlixCamVP.h"
+#include "plugin_fixture.h"
+
+namespace
+{
+Int32 Message(Int32 id, void* data)
+{
+  return c4d_main(C4DPL_MESSAGE, reinterpret_cast<void*>(static_cast<intptr_t>(id)), data, nullptr);
+}
+
+struct EntryTest : ::testing::Test
+{
+  void SetUp() override
+  {
+    host::ResetApp();
+    host::SetPluginFolder(Filename(ORLIX_SOURCE_DIR));
+  }
+  void TearDown() override
+  {
+    while (PluginInitCount() > 0)
+      c4d_main(C4DPL_END, nullptr, nullptr, nullptr);
+    host::ResetApp();
+  }
+  C4DHostTable table;
+  Filename path = Filename("/plugins/OrlixCam/OrlixCam.so");
+};
+} // namespace
+
+TEST_F(EntryTest, FirstStageStoresThePathAndCountsRepeats)
+{
+  EXPECT_EQ(c4d_main(C4DPL_INIT_VERSION, nullptr, nullptr, nullptr), 5) << "the version query needs no start";
+  EXPECT_EQ(c4d_main(99, nullptr, nullptr, nullptr), -1);
+
+  ASSERT_EQ(c4d_main(C4DPL_INIT_SYS, &table, nullptr, &path), 1);
+  ASSERT_NE(PluginFilePath(), nullptr);
+  EXPECT_EQ(*PluginFilePath(), path);
+  ASSERT_EQ(Message(C4DPL_STARTACTIVITY_RES, nullptr), 1);
+
+  Filename other("/elsewhere/OrlixCam.so");
+  EXPECT_EQ(c4d_main(C4DPL_INIT_SYS, nullptr, nullptr, &other), 1) << "a second start only counts";
+  EXPECT_EQ(PluginInitCount(), 2);
+  EXPECT_EQ(*PluginFilePath(), path);
+
+  EXPECT_EQ(c4d_main(C4DPL_END, nullptr, nullptr, nullptr), 1);
+  EXPECT_EQ(PluginInitCount(), 1);
+  EXPECT_NE(PluginFilePath(), nullptr) << "the first matching end only counts";
+  EXPECT_FALSE(GeLoadString(10000).IsEmpty()) << "resources stay until the last end";
+
+  EXPECT_EQ(c4d_main(C4DPL_END, nullptr, nullptr, nullptr), 1);
+  EXPECT_EQ(PluginFilePath(), nullptr);
+  EXPECT_TRUE(GeLoadString(10000).IsEmpty()) << "the last end frees the resources";
+}
+
+TEST_F(EntryTest, OldHostOrMissingPathIsRefused)
+{
+  C4DHostTable old;
+  old.apiVersion = 20999;
+  EXPECT_EQ(c4d_main(C4DPL_INIT_SYS, &old, nullptr, &path), -3);
+  EXPECT_EQ(PluginFilePath(), nullptr);
+  c4d_main(C4DPL_END, nullptr, nullptr, nullptr);
+
+  EXPECT_EQ(c4d_main(C4DPL_INIT_SYS, &table, nullptr, nullptr), -3);
+  c4d_main(C4DPL_END, nullptr, nullptr, nullptr);
+  EXPECT_EQ(PluginInitCount(), 0);
+}
+
+TEST_F(EntryTest, MessagesAnswerPriorityAndResources)
+{
+  ASSERT_EQ(c4d_main(C4DPL_INIT_SYS, &table, nullptr, &path), 1);
+  Int32 priority = 0;
+  EXPECT_EQ(Message(C4DPL_INIT_PRIORITY, &priority), 1);
+  EXPECT_EQ(priority, -1000000);
+  EXPECT_EQ(Message(42, nullptr), -1) << "an unknown message is not handled";
+
+  host::SetPluginFolder(Filename("/nonexistent/OrlixCam"));
+  EXPECT_EQ(Message(C4DPL_STARTACTIVITY_RES, nullptr), -1) << "without res/ the plug-in can't start";
+  EXPECT_TRUE(GeLoadString(10001).IsEmpty());
+
+  host::SetPluginFolder(Filename(ORLIX_SOURCE_DIR));
+  EXPECT_EQ(Message(C4DPL_STARTACTIVITY_RES, nullptr), 1);
+  EXPECT_FALSE(GeLoadString(10001).IsEmpty());
+}
+
+TEST_F(EntryTest, StartRegistersInOrderAndWritesTheStartLine)
+{
+  ASSERT_EQ(c4d_main(C4DPL_INIT_SYS, &table, nullptr, &path), 1);
+  ASSERT_EQ(Message(C4DPL_STARTACTIVITY_RES, nullptr), 1);
+  EXPECT_EQ(c4d_main(C4DPL_INIT, nullptr, nullptr, nullptr), 1);
+
+  const auto& plugins = host::App().plugins.All();
+  ASSERT_GE(plugins.size(), 2u);
+  EXPECT_EQ(plugins[0].id, 1033675);
+  EXPECT_EQ(plugins[0].name, GeLoadString(10000));
+  EXPECT_EQ(plugins[0].info, 32);
+  EXPECT_EQ(plugins[0].description, String("OrlixCam"));
+  EXPECT_EQ(plugins[1].id, 1035138);
+  EXPECT_EQ(plugins[1].info, 9);
+  EXPECT_EQ(plugins[1].description, String("OrlixTag"));
+  ASSERT_NE(plugins[1].icon, nullptr) << "the tag registers with its icon";
+  EXPECT_EQ(plugins[1].icon->GetBw(), 64);
+
+  const auto& lines = host::App().console.Lines();
+  ASSERT_FALSE(lines.empty());
+  EXPECT_EQ(lines.front(), String("--- OrlixCam: Version 2.2.1 (008) is ready!"));
+}
+
+TEST_F(EntryTest, FirstFailedRegistrationStopsTheChain)
+{
+  // Something else holds the video post's id: its registration fails, and the tag's never runs.
+  host::PluginEntry squatter;
+  squatter.id = 1033675;
+  squatter.name = String("Squatter");
+  ASSERT_TRUE(host::App().plugins.Add(squatter));
+
+  ASSERT_EQ(c4d_main(C4DPL_INIT_SYS, &table, nullptr, &path), 1);
+  ASSERT_EQ(Message(C4DPL_STARTACTIVITY_RES, nullptr), 1);
+  EXPECT_EQ(c4d_main(C4DPL_INIT, nullptr, nullptr, nullptr), 0);
+  EXPECT_EQ(host::App().plugins.Find(1035138), nullptr) << "later registrations don't run";
+  EXPECT_TRUE(host::App().console.Contains(String("--- OrlixCam: Version 2.2.1 (008) failed to load!")));
+}
+
+TEST(PluginLog, ConsoleLinesArePrefixedAndCutAt1023)
+{
+  host::ResetApp();
+  LogConsole("frame %d of %s", 7, "dome");
+  const std::string long_text(3000, 'x');
+  LogConsole("%s", long_text.c_str());
+  const auto& lines = host::App().console.Lines();
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_EQ(lines[0], String("--- OrlixCam: frame 7 of dome"));
+  EXPECT_EQ(lines[1].GetLength(), 1023);
+  EXPECT_EQ(lines[1].SubStr(0, 16), String("--- OrlixCam: xx"));
+  LogDebug("never shown %d", 1);
+  EXPECT_EQ(host::App().console.Lines().size(), 2u);
+  host::ResetApp();
+}
+
+TEST(PluginText, FrameNumbersAndTimecodes)
+{
+  EXPECT_EQ(FormatFrameNumber(12), "000012");
+  EXPECT_EQ(FormatFrameNumber(0), "000000");
+  EXPECT_EQ(FormatFrameNumber(1234567), "1234567");
+  EXPECT_EQ(FormatTimecode(BaseTime(131, 2), 25.0), "001:05.12");
+  EXPECT_EQ(FormatTimecode(BaseTime(3661, 1), 25.0), "061:01.00") << "minutes don't wrap at an hour";
+  EXPECT_EQ(FormatTimecode(BaseTime(10, 1), 24.0), "000:10.00");
+  EXPECT_EQ(FormatTimecode(BaseTime(241, 24), 24.0), "000:10.01");
+  EXPECT_EQ(FormatTimecode(BaseTime(), 30.0), "000:00.00");
+}
+
+TEST(PluginText, DateTimeHasTheSlateShape)
+{
+  const std::string now = FormatDateTime();
+  EXPECT_TRUE(std::regex_match(now, std::regex(R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d)"))) << now;
+  const int month = std::stoi(now.substr(3, 2));
+  EXPECT_GE(month, 1) << "months count from 1";
+  EXPECT_LE(month, 12);
+}
+
+TEST(PluginText, SplitLinesKeepsEmptyLines)
+{
+  auto lines = SplitLines(String("TITLE\nDirected by\n\nLicence"));
+  ASSERT_EQ(lines.size(), 4u);
+  EXPECT_EQ(lines[0], String("TITLE"));
+  EXPECT_EQ(lines[1], String("Directed by"));
+  EXPECT_TRUE(lines[2].IsEmpty());
+  EXPECT_EQ(lines[3], String("Licence"));
+
+  EXPECT_EQ(SplitLines(String()).size(), 1u) << "an empty text is one empty line";
+  lines = SplitLines(String("end\n"));
+  ASSERT_EQ(lines.size(), 2u) << "a trailing line feed gives an empty last line";
+  EXPECT_TRUE(lines[1].IsEmpty());
+  lines = SplitLines(String("one line"));
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(lines[0], String("one line"));
+}

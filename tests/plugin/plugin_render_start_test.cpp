@@ -1,0 +1,293 @@
+// The render-start check, the camera counts and the channel plan, driven stage by stage.
+#include <memory>
+
+#include "OrlixCamVP.h"
+#include "OrlixTag.h"
+#include "description/OrlixCam.h"
+#include "description/OrlixTag.h"
+#include "plugin_fixture.h"
+
+namespace
+{
+// A running render without a picture: only its own copy of the settings.
+class SettingsRender : public Render
+{
+public:
+  explicit SettingsRender(const BaseContainer& bc) : settings(bc) {}
+  VPBuffer* GetBuffer(Int32, Int32) override { return nullptr; }
+  BaseContainer GetRenderData() const override { return settings; }
+  void SetRenderData(const BaseContainer& bc) override { settings = bc; }
+  BaseContainer settings;
+};
+
+struct RenderStart : PluginTest
+{
+  BaseObject* cam = nullptr;
+  BaseTag* tag = nullptr;
+  BaseVideoPost* vpNode = nullptr;
+  OrlixCamVP* vp = nullptr;
+
+  void SetUp() override
+  {
+    PluginTest::SetUp();
+    cam = AddTaggedCamera("Lens");
+    tag = cam->GetTag(OrlixTag::ID);
+    vpNode = doc->GetActiveRenderData()->GetFirstVideoPost();
+    vp = static_cast<OrlixCamVP*>(vpNode->GetNodeData());
+  }
+  BaseContainer& Tag() { return *tag->GetDataInstance(); }
+  BaseContainer& VP() { return *vpNode->GetDataInstance(); }
+  BaseContainer& Settings() { return *doc->GetActiveRenderData()->GetDataInstance(); }
+
+  /// AllocateBuffers and the opening of the frame sequence, as the host runs them.
+  std::unique_ptr<SettingsRender> Start(Int32 w, Int32 h)
+  {
+    Settings().SetInt32(RDATA_XRES, w);
+    Settings().SetInt32(RDATA_YRES, h);
+    auto render = std::make_unique<SettingsRender>(doc->GetActiveRenderData()->GetData());
+    vp->AllocateBuffers(vpNode, render.get(), doc);
+    VideoPostStruct vps;
+    vps.vp = VIDEOPOSTCALL_FRAMESEQUENCE;
+    vps.open = true;
+    vps.doc = doc;
+    vps.render = render.get();
+    vp->Execute(vpNode, &vps);
+    return render;
+  }
+  void OpenImage()
+  {
+    VideoPostStruct vps;
+    vps.vp = VIDEOPOSTCALL_RENDER;
+    vps.open = true;
+    vps.doc = doc;
+    vp->Execute(vpNode, &vps);
+  }
+};
+
+::testing::AssertionResult Rect(const LensArea& a, double x0, double y0, double x1, double y1)
+{
+  if (a.start == Vector(x0, y0, 0) && a.end == Vector(x1, y1, 0))
+    return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "area " << a.start << " to " << a.end;
+}
+} // namespace
+
+TEST_F(RenderStart, MissingCameraOrTagTurnsTheLensOff)
+{
+  tag->Remove();
+  BaseTag::Free(tag);
+  Start(64, 64);
+  EXPECT_FALSE(vp->isActive);
+  EXPECT_EQ(vp->GetRenderInfo(vpNode), VIDEOPOSTINFO_NONE);
+  EXPECT_TRUE(host::App().console.Contains(String("--- OrlixCam: No Orlix camera found! Create a camera on the Plugins Menu.")));
+
+  // A view linked to a camera without tag: the search for a tagged camera doesn't run.
+  BaseObject* other = AddTaggedCamera("Tagged");
+  (void)other;
+  doc->GetRenderBaseDraw()->SetSceneCamera(cam);
+  host::App().console.Clear();
+  Start(64, 64);
+  EXPECT_FALSE(vp->isActive);
+  EXPECT_TRUE(host::App().console.Contains(String("--- OrlixCam: No Orlix tag found! Add a Orlix tag to the active camera.")));
+}
+
+TEST_F(RenderStart, SwitchedOffTagIsSilent)
+{
+  // Linked from the view, so the camera is found though its tag is off.
+  doc->GetRenderBaseDraw()->SetSceneCamera(cam);
+  Tag().SetBool(ORLIXTAG_ENABLED, false);
+  host::App().console.Clear();
+  Start(64, 64);
+  EXPECT_FALSE(vp->isActive);
+  EXPECT_TRUE(host::App().console.Lines().empty()) << host::App().console.Lines().front();
+}
+
+TEST_F(RenderStart, CountsForEveryCase)
+{
+  RenderData* rd = doc->GetActiveRenderData();
+  struct Case { Int32 lens, layout, stereoMode; Bool stereo; Int32 images; } cases[] = {
+    {1, 0, 0, false, 1}, {1, 0, 0, true, 2}, {1, 0, 3, true, 1}, {3, 6, 0, false, 1}, {3, 0, 0, false, 6},
+    {3, 0, 1, true, 12}, {3, 2, 3, true, 6}, {0, 0, 2, true, 2},
+  };
+  for (const Case& c : cases)
+  {
+    Tag().SetInt32(ORLIXTAG_LENS, c.lens);
+    VP().SetInt32(ORLIXVP_CUBE_LAYOUT, c.layout);
+    VP().SetInt32(ORLIXVP_STEREO_MODE, c.stereoMode);
+    Settings().SetBool(RDATA_STEREO, c.stereo);
+    EXPECT_EQ(vp->StereoGetCameraCountRenderer(vpNode, doc, rd), c.images)
+      << "lens " << c.lens << " layout " << c.layout << " mode " << c.stereoMode << " stereo " << c.stereo;
+  }
+  vp->isPreview = true;
+  EXPECT_EQ(vp->StereoGetCameraCountRenderer(vpNode, doc, rd), 1) << "a preview shoots one image";
+  EXPECT_EQ(vp->eyeCount, 0);
+}
+
+TEST_F(RenderStart, EyeCamerasSitOnTheCamerasXAxis)
+{
+  vp->StereoGetCameraCountRenderer(vpNode, doc, doc->GetActiveRenderData());
+  StereoCameraInfo left, right, other;
+  ASSERT_TRUE(vp->StereoGetCameraInfo(vpNode, doc, nullptr, nullptr, 0, left));
+  ASSERT_TRUE(vp->StereoGetCameraInfo(vpNode, doc, nullptr, nullptr, 1, right));
+  EXPECT_EQ(left.m.off, Vector(-3.25, 0, 0));
+  EXPECT_EQ(right.m.off, Vector(3.25, 0, 0));
+  EXPECT_EQ(left.strName, String("0"));
+  ASSERT_TRUE(vp->StereoGetCameraInfo(vpNode, doc, nullptr, nullptr, 2, other));
+  EXPECT_EQ(other.strName, String("2"));
+  EXPECT_EQ(other.m, right.m);
+  other.strName = String("untouched");
+  EXPECT_FALSE(vp->StereoGetCameraInfo(vpNode, doc, nullptr, nullptr, 3, other));
+  EXPECT_FALSE(vp->StereoGetCameraInfo(vpNode, doc, nullptr, nullptr, -1, other));
+  EXPECT_EQ(other.strName, String("untouched"));
+}
+
+TEST_F(RenderStart, StereoSwitchesAlphaOffInTheRunningRenderOnly)
+{
+  Settings().SetBool(RDATA_STEREO, true);
+  Settings().SetBool(RDATA_ALPHACHANNEL, true);
+  auto render = Start(64, 64);
+  EXPECT_TRUE(vp->isStereo);
+  EXPECT_FALSE(render->settings.GetBool(RDATA_ALPHACHANNEL));
+  EXPECT_TRUE(Settings().GetBool(RDATA_ALPHACHANNEL)) << "the document's settings stay as they were";
+  EXPECT_TRUE(host::App().console.Contains(String("Alpha channel disabled for Stereoscopic render")));
+}
+
+TEST_F(RenderStart, CubemapTurnsOnTheStereoPipeline)
+{
+  Tag().SetInt32(ORLIXTAG_LENS, 3);
+  auto render = Start(400, 300);
+  EXPECT_EQ(vp->subRenderCount, 6);
+  EXPECT_TRUE(render->settings.GetBool(RDATA_STEREO)) << "six faces travel through the stereo pipeline";
+  EXPECT_FALSE(vp->isStereo) << "the user's stereo choice stays";
+  EXPECT_FALSE(Settings().GetBool(RDATA_STEREO));
+
+  VP().SetInt32(ORLIXVP_CUBE_LAYOUT, 6);
+  render = Start(400, 300);
+  EXPECT_EQ(vp->subRenderCount, 1);
+  EXPECT_FALSE(render->settings.GetBool(RDATA_STEREO)) << "a single face turns nothing on";
+}
+
+TEST_F(RenderStart, StereoCubemapPlanOfTheExampleFrame)
+{
+  Tag().SetInt32(ORLIXTAG_LENS, 3);
+  VP().SetInt32(ORLIXVP_STEREO_MODE, 1);
+  Settings().SetBool(RDATA_STEREO, true);
+  Start(4000, 1500);
+  ASSERT_EQ(vp->subRenderCount, 12);
+  struct Image { int index; double x0, y0, x1, y1; } images[] = {
+    {0, 500, 0, 999, 499}, {1, 0, 500, 499, 999}, {5, 500, 1000, 999, 1499},
+    {6, 2500, 0, 2999, 499}, {7, 2000, 500, 2499, 999}, {11, 2500, 1000, 2999, 1499},
+  };
+  int next = 0;
+  for (const Image& img : images)
+  {
+    while (next <= img.index)
+    {
+      OpenImage();
+      ++next;
+    }
+    EXPECT_EQ(vp->subRenderIndex, img.index);
+    EXPECT_TRUE(Rect(vp->activeArea, img.x0, img.y0, img.x1, img.y1)) << "image " << img.index;
+  }
+  EXPECT_EQ(vp->currentEye.channelIndex, 1);
+  EXPECT_EQ(vp->currentFace.channelIndex, 2) << "the last face of the cross is down";
+}
+
+TEST_F(RenderStart, SideBySideOddWidthAndEyeFlips)
+{
+  VP().SetInt32(ORLIXVP_STEREO_MODE, 1);
+  VP().SetBool(ORLIXVP_FLIP_X_RIGHT, true);
+  VP().SetBool(ORLIXVP_SWAP_EYES, true);
+  Settings().SetBool(RDATA_STEREO, true);
+  Start(1001, 500);
+  EXPECT_TRUE(Rect(vp->stereoChannels[0].area, 0, 0, 499, 499));
+  EXPECT_TRUE(Rect(vp->stereoChannels[1].area, 500, 0, 999, 499)) << "an odd width loses its last column";
+  EXPECT_EQ(vp->stereoChannels[0].channelIndex, 1) << "swapped: the first image is the right eye";
+  EXPECT_TRUE(vp->stereoChannels[0].flipX) << "flips follow the eye, not the place";
+  EXPECT_FALSE(vp->stereoChannels[1].flipX);
+  OpenImage();
+  OpenImage();
+  EXPECT_TRUE(Rect(vp->activeArea, 500, 0, 999, 499));
+  EXPECT_EQ(vp->activeArea.width, 500);
+}
+
+TEST_F(RenderStart, SnapshotTakesTheLensSettings)
+{
+  Tag().SetInt32(ORLIXTAG_LENS, 0);
+  Tag().SetBool(ORLIXTAG_PANO_CUSTOM, true);
+  Tag().SetFloat(ORLIXTAG_PANO_FOV_H, PI);
+  Tag().SetFloat(ORLIXTAG_PANO_LAT_MIN, -PI / 4);
+  VP().SetBool(ORLIXVP_SLATE, true);
+  Start(200, 100);
+  EXPECT_TRUE(vp->isPanorama);
+  EXPECT_DOUBLE_EQ(vp->spanStart, 0.25);
+  EXPECT_DOUBLE_EQ(vp->spanEnd, 0.75);
+  EXPECT_DOUBLE_EQ(vp->verticalStart, 0.25);
+  EXPECT_DOUBLE_EQ(vp->verticalEnd, 1.0);
+  EXPECT_FALSE(vp->slateOn) << "the slate belongs to domes only";
+  EXPECT_EQ(vp->logoMode, 2);
+  OpenImage();
+  EXPECT_EQ(vp->subRenderIndex, 0);
+  OpenImage();
+  EXPECT_EQ(vp->subRenderIndex, 0) << "a mono render stays at image 0";
+  EXPECT_TRUE(Rect(vp->activeArea, 0, 0, 199, 99));
+  EXPECT_EQ(vp->pixelStep.x, static_cast<double>(1.0f / 200.0f));
+  EXPECT_EQ(vp->bleedPixels, 10);
+}
+
+TEST_F(RenderStart, DomeLogoCornerAndPictureFallbacks)
+{
+  VP().SetBool(ORLIXVP_SLATE, true);
+  VP().SetInt32(ORLIXVP_MASK_MODE, 1);
+  VP().SetFilename(ORLIXVP_MASK_FILE, Filename("/nonexistent/mask.png"));
+  Start(1000, 1000);
+  EXPECT_EQ(vp->logoMode, 0) << "the built-in logo loads";
+  EXPECT_GT(vp->logoBitmap->GetBw(), 0);
+  EXPECT_EQ(vp->maskMode, 0) << "a mask that doesn't load falls back to black";
+  OpenImage();
+  EXPECT_EQ(vp->activeArea.radius, 500.0);
+  EXPECT_DOUBLE_EQ(vp->logoInset, 146.44660940672628);
+  EXPECT_DOUBLE_EQ(vp->logoCorner.start.x, 852.5533905932737);
+  EXPECT_EQ(vp->logoCorner.end, Vector(999, 999, 0));
+  EXPECT_EQ(vp->logoCorner.width, 147);
+
+  VP().SetInt32(ORLIXVP_LOGO_MODE, 1);
+  VP().SetFilename(ORLIXVP_LOGO_FILE, Filename("/nonexistent/logo.png"));
+  Start(1000, 1000);
+  EXPECT_EQ(vp->logoMode, 2) << "a logo that doesn't load is dropped";
+}
+
+TEST_F(RenderStart, PreviewBoxKeepsTheLensShape)
+{
+  Tag().SetFloat(ORLIXTAG_ASPECT_MONO, 2.0);
+  vp->isPreview = true;
+  Start(1000, 1000);
+  EXPECT_TRUE(Rect(vp->frameArea, 0, 250, 999, 749));
+  EXPECT_EQ(vp->frameArea.height, 500);
+  Tag().SetInt32(ORLIXTAG_LENS, 3);
+  Start(1000, 1000);
+  EXPECT_EQ(vp->frameArea.height, 1000) << "a cubemap preview is square";
+  EXPECT_EQ(vp->gridSize, Vector(1, 1, 0)) << "a preview shows one face";
+}
+
+TEST_F(RenderStart, PixelStagePaintsOutsideTheDome)
+{
+  Start(101, 101);
+  OpenImage();
+  auto paint = [&](Int32 x, Int32 y) {
+    float col[4] = {0.5f, 0.5f, 0.5f, 0.0f};
+    PixelPost pp;
+    pp.line = y;
+    pp.col = col;
+    pp.comp = 4;
+    vp->ExecutePixel(vpNode, &pp, x, 0, 0);
+    return col[0] == 0.0f && col[3] == 1.0f;
+  };
+  EXPECT_TRUE(paint(0, 0)) << "the corner of a dome is opaque black";
+  EXPECT_FALSE(paint(50, 50));
+  EXPECT_FALSE(paint(100, 50)) << "the rim itself is inside";
+  VP().SetInt32(ORLIXVP_MASK_MODE, 2);
+  Start(101, 101);
+  OpenImage();
+  EXPECT_FALSE(paint(0, 0)) << "mask mode 2 leaves the corners as rendered";
+}
