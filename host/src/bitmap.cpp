@@ -77,18 +77,18 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
     (void)OIIO::geterror();
     return IMAGERESULT_WRONGTYPE;
   }
-  const OIIO::ImageSpec& spec = in->spec();
-  const int channels = spec.nchannels;
-  if (channels < 1 || spec.depth > 1 || spec.width > std::numeric_limits<Int32>::max() ||
-      spec.height > std::numeric_limits<Int32>::max())
+  const OIIO::ImageSpec& format = in->spec();
+  const int channels = format.nchannels;
+  if (channels < 1 || format.depth > 1 || format.width > std::numeric_limits<Int32>::max() ||
+      format.height > std::numeric_limits<Int32>::max())
     return IMAGERESULT_WRONGTYPE;
-  if (!SizeFits(spec.width, spec.height, channels) || !SizeFits(spec.width, spec.height, 4))
+  if (!SizeFits(format.width, format.height, channels) || !SizeFits(format.width, format.height, 4))
     return IMAGERESULT_OUTOFMEMORY;
 
   std::vector<Float32> pixels;
   try
   {
-    pixels.resize(static_cast<std::size_t>(spec.width) * static_cast<std::size_t>(spec.height) * static_cast<std::size_t>(channels));
+    pixels.resize(static_cast<std::size_t>(format.width) * static_cast<std::size_t>(format.height) * static_cast<std::size_t>(channels));
   }
   catch (const std::bad_alloc&)
   {
@@ -100,8 +100,8 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
     return IMAGERESULT_WRONGTYPE;
   }
 
-  const std::size_t count = static_cast<std::size_t>(spec.width) * static_cast<std::size_t>(spec.height);
-  const int alphaChannel = spec.alpha_channel >= 0 ? spec.alpha_channel : (channels == 4 || channels == 2 ? channels - 1 : -1);
+  const std::size_t count = static_cast<std::size_t>(format.width) * static_cast<std::size_t>(format.height);
+  const int alphaChannel = format.alpha_channel >= 0 ? format.alpha_channel : (channels == 4 || channels == 2 ? channels - 1 : -1);
   try
   {
     rgb.resize(count * 3u);
@@ -124,8 +124,8 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
     if (alphaChannel >= 0)
       alpha[p] = src[alphaChannel];
   }
-  width = spec.width;
-  height = spec.height;
+  width = format.width;
+  height = format.height;
   return IMAGERESULT_OK;
 }
 

@@ -122,9 +122,9 @@ public:
   {
     const std::string tmp = path + ".tmp" + path.substr(path.rfind('.'));
     auto out = OIIO::ImageOutput::create(tmp);
-    OIIO::ImageSpec spec(width, height, channels, OIIO::TypeDesc::UINT8);
+    OIIO::ImageSpec format(width, height, channels, OIIO::TypeDesc::UINT8);
     if (channels == 4)
-      spec.alpha_channel = 3;
+      format.alpha_channel = 3;
     std::vector<float> data;
     for (const Colour& c : px)
     {
@@ -135,7 +135,7 @@ public:
       if (channels == 4)
         data.push_back(c.a);
     }
-    if (!out || !out->open(tmp, spec) || !out->write_image(OIIO::TypeDesc::FLOAT, data.data()) || !out->close() ||
+    if (!out || !out->open(tmp, format) || !out->write_image(OIIO::TypeDesc::FLOAT, data.data()) || !out->close() ||
         std::rename(tmp.c_str(), path.c_str()) != 0)
     {
       std::fprintf(stderr, "make_pictures: cannot write %s\n", path.c_str());

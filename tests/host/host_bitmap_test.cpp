@@ -21,10 +21,10 @@ std::string WritePicture(const std::string& name, int w, int h, int channels)
       pixels[static_cast<size_t>(i * channels + c)] = c == channels - 1 && channels == 4 ? 0.5f : (i % 2 ? 1.0f : 0.0f);
   auto out = OIIO::ImageOutput::create(path);
   EXPECT_TRUE(out);
-  OIIO::ImageSpec spec(w, h, channels, OIIO::TypeDesc::UINT8);
+  OIIO::ImageSpec format(w, h, channels, OIIO::TypeDesc::UINT8);
   if (channels == 4)
-    spec.alpha_channel = 3;
-  EXPECT_TRUE(out->open(path, spec));
+    format.alpha_channel = 3;
+  EXPECT_TRUE(out->open(path, format));
   EXPECT_TRUE(out->write_image(OIIO::TypeDesc::FLOAT, pixels.data()));
   out->close();
   return path;

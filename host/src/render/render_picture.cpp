@@ -35,23 +35,23 @@ Bool Picture::Load(const Filename& file, String* error)
     (void)OIIO::geterror();
     return fail("not a picture that can be read");
   }
-  const OIIO::ImageSpec& spec = in->spec();
-  if (spec.nchannels < 1 || spec.width < 1 || spec.height < 1 || spec.depth > 1)
+  const OIIO::ImageSpec& format = in->spec();
+  if (format.nchannels < 1 || format.width < 1 || format.height < 1 || format.depth > 1)
     return fail("not a picture that can be read");
-  const double bytes = static_cast<double>(spec.width) * static_cast<double>(spec.height) * 3.0 * sizeof(Float32);
-  if (spec.width > std::numeric_limits<Int32>::max() / 4 || spec.height > std::numeric_limits<Int32>::max() / 4 ||
+  const double bytes = static_cast<double>(format.width) * static_cast<double>(format.height) * 3.0 * sizeof(Float32);
+  if (format.width > std::numeric_limits<Int32>::max() / 4 || format.height > std::numeric_limits<Int32>::max() / 4 ||
       bytes > PhysicalMemory())
     return fail("too large for memory");
   try
   {
-    rgb.assign(static_cast<size_t>(spec.width) * static_cast<size_t>(spec.height) * 3u, 0.0f);
+    rgb.assign(static_cast<size_t>(format.width) * static_cast<size_t>(format.height) * 3u, 0.0f);
   }
   catch (const std::bad_alloc&)
   {
     return fail("too large for memory");
   }
   // Straight into RGB: a grey picture's one channel goes to red, then fills green and blue.
-  const int channels = spec.nchannels >= 3 ? 3 : 1;
+  const int channels = format.nchannels >= 3 ? 3 : 1;
   if (!in->read_image(0, 0, 0, channels, OIIO::TypeDesc::FLOAT, rgb.data(), 3 * sizeof(Float32)))
   {
     (void)in->geterror();
@@ -61,8 +61,8 @@ Bool Picture::Load(const Filename& file, String* error)
   if (channels == 1)
     for (size_t p = 0; p < rgb.size(); p += 3)
       rgb[p + 1] = rgb[p + 2] = rgb[p];
-  width = spec.width;
-  height = spec.height;
+  width = format.width;
+  height = format.height;
   return true;
 }
 
