@@ -1,0 +1,172 @@
+// The plug-in's render road: the merge of a frame's images against a plain copy of the same
+// bytes, and whole frames of a sky-only scene through each lens with the plug-in started.
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "OrlixCamVP.h"
+#include "OrlixTag.h"
+#include "c4d_objects.h"
+#include "description/OrlixCam.h"
+#include "description/OrlixTag.h"
+#include "host_app.h"
+#include "lens/cube_layout.h"
+#include "lens/stereo_merge.h"
+#include "register.h"
+#include "render/render_loop.h"
+
+namespace
+{
+// Merge plans of 2, 6 and 12 images of a 2048 × 1024 frame: side-by-side eyes, a mono 3 × 2
+// cubemap, and a side-by-side stereo 3 × 2 cubemap.
+struct MergeCase
+{
+  LensChannel faces[6];
+  LensChannel eyes[2];
+  MergePlan plan;
+  Int32 images = 0;
+};
+
+LensArea Area(double x0, double y0, double x1, double y1)
+{
+  LensArea a;
+  a.start = Vector(x0, y0, 0);
+  a.end = Vector(x1, y1, 0);
+  UpdateArea(a);
+  return a;
+}
+
+MergeCase MakeCase(Int32 images, Int32 w, Int32 h)
+{
+  MergeCase m;
+  m.images = images;
+  const Int32 eyes = images == 6 ? 1 : 2;
+  const Int32 eyeW = eyes == 2 ? w / 2 : w;
+  for (Int32 e = 0; e < eyes; ++e)
+    m.eyes[e].area = Area(e * eyeW, 0, (e + 1) * eyeW - 1, h - 1);
+  if (images == 2)
+  {
+    m.faces[0].area = m.eyes[0].area;
+  }
+  else
+  {
+    CubeLayoutSettings s;
+    s.layout = 3;
+    LensChannel grid[kGridCells];
+    Vector size;
+    BuildCubeGrid(s, grid, size);
+    PlanCubeFaceAreas(grid, size, eyeW, h, m.faces);
+  }
+  m.plan.faceCount = images == 2 ? 1 : 6;
+  m.plan.eyeCount = eyes;
+  m.plan.pair = eyes == 2;
+  m.plan.faces = m.faces;
+  m.plan.eyes = m.eyes;
+  return m;
+}
+
+constexpr Int32 kW = 2048, kH = 1024;
+
+void BM_MergeFrame(benchmark::State& st)
+{
+  MergeCase m = MakeCase(static_cast<Int32>(st.range(0)), kW, kH);
+  MergeRows rows;
+  if (!rows.Allocate(m.images, kW))
+    st.SkipWithError("no memory");
+  std::vector<std::vector<float>> images(static_cast<size_t>(m.images), std::vector<float>(size_t(kW) * kH * 3, 0.5f));
+  std::vector<float> out(size_t(kW) * kH * 3);
+  const size_t rowBytes = size_t(kW) * 3 * sizeof(float);
+  for (auto _ : st)
+  {
+    for (Int32 y = 0; y < kH; ++y)
+    {
+      for (Int32 i = 0; i < m.images; ++i)
+        std::memcpy(rows.Source(i), images[size_t(i)].data() + size_t(y) * kW * 3, rowBytes);
+      MergeRow(m.plan, y, rows);
+      std::memcpy(out.data() + size_t(y) * kW * 3, rows.Source(0), rowBytes);
+    }
+    benchmark::DoNotOptimize(out.data());
+  }
+  st.counters["Mpixel/s"] = benchmark::Counter(double(kW) * kH * st.iterations() / 1e6, benchmark::Counter::kIsRate);
+}
+
+// The same bytes moved without merging: what the merge is measured against.
+void BM_CopyFrameBytes(benchmark::State& st)
+{
+  const Int32 images = static_cast<Int32>(st.range(0));
+  std::vector<std::vector<float>> src(static_cast<size_t>(images), std::vector<float>(size_t(kW) * kH * 3, 0.5f));
+  std::vector<float> out(size_t(kW) * kH * 3);
+  const size_t bytes = size_t(kW) * kH * 3 * sizeof(float);
+  for (auto _ : st)
+  {
+    for (Int32 i = 0; i < images; ++i)
+      std::memcpy(out.data(), src[size_t(i)].data(), bytes);
+    std::memcpy(out.data(), src[0].data(), bytes);
+    benchmark::DoNotOptimize(out.data());
+  }
+  st.counters["Mpixel/s"] = benchmark::Counter(double(kW) * kH * st.iterations() / 1e6, benchmark::Counter::kIsRate);
+}
+
+// A started plug-in and a sky-only document with a lens camera.
+struct SkyScene
+{
+  C4DHostTable table;
+  Filename module = Filename(ORLIX_SOURCE_DIR) + Filename("OrlixCam.so");
+  BaseDocument* doc = nullptr;
+  BaseTag* tag = nullptr;
+
+  SkyScene()
+  {
+    host::ResetApp();
+    host::SetPluginFolder(Filename(ORLIX_SOURCE_DIR));
+    c4d_main(C4DPL_INIT_SYS, &table, nullptr, &module);
+    c4d_main(C4DPL_MESSAGE, reinterpret_cast<void*>(C4DPL_STARTACTIVITY_RES), nullptr, nullptr);
+    c4d_main(C4DPL_INIT, nullptr, nullptr, nullptr);
+    doc = BaseDocument::Alloc();
+    SetActiveDocument(doc);
+    BaseObject* sky = BaseObject::Alloc(Osky);
+    sky->GetDataInstance()->SetInt32(SKY_TYPE, SKY_TYPE_GRADIENT);
+    doc->InsertObject(sky, nullptr, nullptr);
+    BaseObject* cam = BaseObject::Alloc(Ocamera);
+    doc->InsertObject(cam, nullptr, nullptr);
+    tag = cam->MakeTag(OrlixTag::ID);
+  }
+  ~SkyScene()
+  {
+    host::ResetApp();
+    c4d_main(C4DPL_END, nullptr, nullptr, nullptr);
+  }
+};
+
+void BM_SkyFrameThroughLens(benchmark::State& st)
+{
+  SkyScene scene;
+  const Int32 lens = static_cast<Int32>(st.range(0));
+  scene.tag->GetDataInstance()->SetInt32(ORLIXTAG_LENS, lens);
+  BaseContainer* rd = scene.doc->GetActiveRenderData()->GetDataInstance();
+  rd->SetInt32(RDATA_XRES, 2048);
+  rd->SetInt32(RDATA_YRES, lens == 1 ? 2048 : 1024);
+  host::RenderOptions options;
+  options.samples = static_cast<Int32>(st.range(1));
+  options.threads = 2;
+  for (auto _ : st)
+  {
+    host::BitmapPtr picture;
+    String error;
+    if (!host::RenderDocument(scene.doc, options, &picture, &error))
+      st.SkipWithError(error.GetCString());
+  }
+}
+} // namespace
+
+BENCHMARK(BM_MergeFrame)->Arg(2)->Arg(6)->Arg(12)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_CopyFrameBytes)->Arg(2)->Arg(6)->Arg(12)->Unit(benchmark::kMillisecond);
+// Lens 1 dome at 2048 × 2048, the others at 2048 × 1024; 1 and 4 samples per pixel.
+BENCHMARK(BM_SkyFrameThroughLens)
+  ->ArgsProduct({{0, 1, 2, 3}, {1, 4}})
+  ->ArgNames({"lens", "samples"})
+  ->Unit(benchmark::kMillisecond)
+  ->UseRealTime()
+  ->Iterations(2);
