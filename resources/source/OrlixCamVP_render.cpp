@@ -223,7 +223,9 @@ static void OpenFrameSequence(OrlixCamVP& s, BaseVideoPost* node, const VideoPos
     s.zeroParallaxDistance = tagData.GetInt32(ORLIXTAG_CONVERGENCE) != 0 ? tagData.GetFloat(ORLIXTAG_ZERO_PARALLAX) : 0.0;
     s.domeZenithStereo = tagData.GetInt32(ORLIXTAG_LENS) == 1 && tagData.GetInt32(ORLIXTAG_DOME_ZENITH) == 1;
     s.eyeModel = tagData.GetInt32(ORLIXTAG_EYE_MODEL);
-    s.separationShader = nullptr;
+    s.CloseSeparationClone();
+    if (tagData.GetBool(ORLIXTAG_SEPARATION_MAP_ON))
+      s.OpenSeparationClone(doc);
   }
 
   // Pictures of the dome's overlays; a picture that fails turns its layer off.
@@ -361,6 +363,7 @@ RENDERRESULT OrlixCamVP::Execute(BaseVideoPost* node, VideoPostStruct* vps)
       {
         if (switchSceneCamera && view)
           view->SetSceneCamera(nullptr, false);
+        CloseSeparationClone();
         if (isCubemap && isPreview)
           BuildCubeLayout(*this, false);
         LogDebug("------- FINISH -------");

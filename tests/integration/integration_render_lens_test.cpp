@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include <unistd.h>
+
 #include "OrlixCamVP.h"
 #include "OrlixTag.h"
 #include "c4d.h"
@@ -33,7 +35,8 @@ std::ostream& operator<<(std::ostream& os, const Px& p)
 
 std::string DirectionSky()
 {
-  const std::string path = ::testing::TempDir() + "orlix_direction_sky.exr";
+  // One file per process: ctest runs the cases of this binary side by side.
+  const std::string path = ::testing::TempDir() + "orlix_direction_sky_" + std::to_string(getpid()) + ".exr";
   const int w = 256, h = 128;
   std::vector<float> px;
   for (int y = 0; y < h; ++y)
