@@ -3,7 +3,6 @@
 
 #include <memory>
 
-#include "c4d_basetime.h"
 #include "c4d_math.h"
 #include "c4d_nodes.h"
 
@@ -78,7 +77,6 @@ struct InitRenderStruct
 
   BaseDocument* doc = nullptr;
   Filename docpath; ///< the document's folder, where relative file names are looked up first
-  BaseTime time;
 };
 
 /// One sample's texture position and context.

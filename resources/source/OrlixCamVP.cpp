@@ -40,6 +40,8 @@ OrlixCamVP::OrlixCamVP()
 
 OrlixCamVP::~OrlixCamVP()
 {
+  // A render stopped before its end leaves the map's copy open.
+  CloseSeparationClone();
   for (Int32 i = 6; i >= 0; --i)
     BaseBitmap::Free(faceBitmaps[i]);
   BaseBitmap::Free(maskBitmap);
@@ -81,6 +83,9 @@ Bool OrlixCamVP::Init(GeListNode* node)
   for (Int32 i = 0; i < 7; ++i)
     if (faceBitmaps[i])
       faceBitmaps[i]->Init(res + Filename(kFacePictures[i]));
+
+  // The panel's layout picture is ready before the panel asks for it.
+  BuildCubeLayout(*this, false);
   return true;
 }
 

@@ -4,6 +4,7 @@
 
 #include <OpenImageIO/imageio.h>
 
+#include <cmath>
 #include <cstdio>
 #include <string>
 #include <thread>
@@ -36,6 +37,9 @@ std::string WriteRamp(const std::string& name, int w, int h)
 struct Shader
 {
   explicit Shader(Int32 type) : sh(BaseShader::Alloc(type)) {}
+  explicit Shader(BaseShader* made) : sh(made) {}
+  Shader(const Shader&) = delete;
+  Shader& operator=(const Shader&) = delete;
   ~Shader() { BaseShader::Free(sh); }
   BaseShader* sh;
 };
@@ -235,9 +239,7 @@ TEST_F(ShaderTest, CloneCopiesSettingsButNotTheRenderState)
   SetKnots(g.sh, {Knot(0.0, {0.2, 0, 0}), Knot(1.0, {0.4, 0, 0})});
   ASSERT_EQ(g.sh->InitRender(InitRenderStruct()), INITRENDERRESULT_OK);
 
-  Shader copy(Xcolor);
-  BaseShader::Free(copy.sh);
-  copy.sh = g.sh->GetClone(COPYFLAGS::NONE);
+  Shader copy(g.sh->GetClone(COPYFLAGS::NONE));
   ASSERT_NE(copy.sh, nullptr);
   EXPECT_EQ(copy.sh->GetType(), Xgradient);
   EXPECT_EQ(copy.sh->GetName(), String("Fade"));

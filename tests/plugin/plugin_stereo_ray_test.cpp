@@ -245,6 +245,10 @@ TEST_F(StereoRayTest, ConvergenceAndZenithThroughCreateRay)
   const Ray z = Shoot(50, 50);
   EXPECT_TRUE(Near(z.v, cam.v3, 1e-12));
   EXPECT_TRUE(Near(z.p, cam * Vector(-kHalf, 0, 0), 1e-9));
+  // At the right rim the sweep turns the pair a quarter about the dome's axis, the camera's z.
+  const Ray rim = Shoot(100, 50);
+  EXPECT_TRUE(Near(rim.v, cam.v1, 1e-12));
+  EXPECT_TRUE(Near(rim.p, cam * Vector(0, -kHalf, 0), 1e-9));
 }
 
 TEST_F(StereoRayTest, GradientMapFadingToZeroBringsBothEyesToTheCamera)

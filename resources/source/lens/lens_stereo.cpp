@@ -76,9 +76,9 @@ Matrix EyeRayMatrix(const Matrix& cameraMatrix, const StereoCameraInfo& eye, con
     // sin(-a) are exactly cos(a) and -sin(a).
     const Float ca = std::cos(a), sa = std::sin(a);
     const Bool aboutZ = (eyeModel == kEyeRoll) != zenith;
-    const Float st = eyeModel == kEyeRoll && !zenith ? -sa : sa;
-    const Matrix turn = aboutZ ? TurnZ(ca, st) : TurnY(ca, st);
-    const Matrix turnBack = aboutZ ? TurnZ(ca, -st) : TurnY(ca, -st);
+    const Float sinTurn = eyeModel == kEyeRoll && !zenith ? -sa : sa;
+    const Matrix turn = aboutZ ? TurnZ(ca, sinTurn) : TurnY(ca, sinTurn);
+    const Matrix turnBack = aboutZ ? TurnZ(ca, -sinTurn) : TurnY(ca, -sinTurn);
     // R = C × MatrixMove(-L) × turn × MatrixMove(L × w) × turnBack; a move only shifts the offset
     // by the axes so far, so only the two turns need whole products.
     r = c;
