@@ -166,30 +166,16 @@ std::shared_ptr<BaseBitmap> CopyIcon(const BaseBitmap* icon)
 }
 } // namespace
 
-Bool RegisterVideoPostPlugin(Int32 id, const String& name, Int32 info, DataAllocator* alloc, const String& description,
-                             Int32 disklevel, Int32 priority)
+namespace
+{
+// The entry of a plug-in whose nodes carry its data; false if it can't be made.
+bool RegisterNodePlugin(host::PluginEntry::Kind kind, Int32 id, const String& name, Int32 info, DataAllocator* alloc,
+                        const String& description, Int32 disklevel, Int32 priority, const BaseBitmap* icon)
 {
   if (!alloc || !LoadDescriptionOf(description))
     return false;
   host::PluginEntry e;
-  e.kind = host::PluginEntry::Kind::VideoPost;
-  e.id = id;
-  e.name = name;
-  e.info = info;
-  e.alloc = alloc;
-  e.description = description;
-  e.disklevel = disklevel;
-  e.priority = priority;
-  return host::App().plugins.Add(std::move(e));
-}
-
-Bool RegisterTagPlugin(Int32 id, const String& name, Int32 info, DataAllocator* alloc, const String& description,
-                       BaseBitmap* icon, Int32 disklevel)
-{
-  if (!alloc || !LoadDescriptionOf(description))
-    return false;
-  host::PluginEntry e;
-  e.kind = host::PluginEntry::Kind::Tag;
+  e.kind = kind;
   e.id = id;
   e.name = name;
   e.info = info;
@@ -197,7 +183,21 @@ Bool RegisterTagPlugin(Int32 id, const String& name, Int32 info, DataAllocator* 
   e.description = description;
   e.icon = CopyIcon(icon);
   e.disklevel = disklevel;
+  e.priority = priority;
   return host::App().plugins.Add(std::move(e));
+}
+} // namespace
+
+Bool RegisterVideoPostPlugin(Int32 id, const String& name, Int32 info, DataAllocator* alloc, const String& description,
+                             Int32 disklevel, Int32 priority)
+{
+  return RegisterNodePlugin(host::PluginEntry::Kind::VideoPost, id, name, info, alloc, description, disklevel, priority, nullptr);
+}
+
+Bool RegisterTagPlugin(Int32 id, const String& name, Int32 info, DataAllocator* alloc, const String& description,
+                       BaseBitmap* icon, Int32 disklevel)
+{
+  return RegisterNodePlugin(host::PluginEntry::Kind::Tag, id, name, info, alloc, description, disklevel, 0, icon);
 }
 
 Bool RegisterCommandPlugin(Int32 id, const String& name, Int32 info, BaseBitmap* icon, const String& help, CommandData* dat)
