@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, configures, builds and runs every test.
-#   scripts/test.sh            everything CI runs
+#   scripts/test.sh            everything CI runs: the plain build, then AddressSanitizer with
+#                              UndefinedBehaviorSanitizer, then ThreadSanitizer on the render tests
 #   scripts/test.sh --quick    the plain build only, for a fast local run
 set -euo pipefail
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
@@ -10,7 +11,7 @@ quick=0
 for arg in "$@"; do
   case "$arg" in
     --quick) quick=1 ;;
-    -h|--help) sed -n '2,4p' "$0"; exit 0 ;;
+    -h|--help) sed -n '2,5p' "$0"; exit 0 ;;
     *) echo "error: unknown option '$arg' (see --help)" >&2; exit 2 ;;
   esac
 done
@@ -22,3 +23,25 @@ build="$root/build"
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
 cmake --build "$build" -j "$jobs"
 ctest --test-dir "$build" --output-on-failure -j "$jobs"
+
+if [ "$quick" -eq 1 ]; then
+  exit 0
+fi
+
+# Every test under AddressSanitizer with UndefinedBehaviorSanitizer. The tests' counting
+# allocator pairs malloc with operator delete on purpose.
+asan="$root/build-asan"
+cmake -S "$root" -B "$asan" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DORLIX_SANITIZE=address -DORLIX_BUILD_BENCH=OFF
+cmake --build "$asan" -j "$jobs"
+ASAN_OPTIONS="alloc_dealloc_mismatch=0:detect_leaks=1:fast_unwind_on_malloc=0" \
+LSAN_OPTIONS="suppressions=$root/tests/sanitizers/lsan.supp" \
+UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1" \
+  ctest --test-dir "$asan" --output-on-failure -j "$jobs"
+
+# The render threads call CreateRay and ExecutePixel side by side: the render loop, the lens
+# renders and the stereo rays under ThreadSanitizer.
+tsan="$root/build-tsan"
+cmake -S "$root" -B "$tsan" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DORLIX_SANITIZE=thread -DORLIX_BUILD_BENCH=OFF
+cmake --build "$tsan" -j "$jobs" --target host_tests plugin_tests integration_tests
+TSAN_OPTIONS="suppressions=$root/tests/sanitizers/tsan.supp:halt_on_error=1" \
+  ctest --test-dir "$tsan" --output-on-failure -j "$jobs" -R 'RenderLoop|LensRender|StereoRay|Render'
