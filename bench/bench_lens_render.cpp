@@ -159,8 +159,94 @@ void BM_SkyFrameThroughLens(benchmark::State& st)
       st.SkipWithError(error.GetCString());
   }
 }
+// A running render without a picture: its own copy of the settings only.
+class SettingsRender : public Render
+{
+public:
+  explicit SettingsRender(const BaseContainer& bc) : settings(bc) {}
+  VPBuffer* GetBuffer(Int32, Int32) override { return nullptr; }
+  BaseContainer GetRenderData() const override { return settings; }
+  void SetRenderData(const BaseContainer& bc) override { settings = bc; }
+  BaseContainer settings;
+};
+
+// What the host asks of the video post before the first pixel of a stereo 3 × 2 cubemap frame
+// of 12 images at 6144 × 2048: the settings check, the camera count and each image's eye, and
+// the frame sequence's opening with its snapshot and channel plan.
+void BM_RenderStart12(benchmark::State& st)
+{
+  SkyScene scene;
+  scene.tag->GetDataInstance()->SetInt32(ORLIXTAG_LENS, 3);
+  RenderData* rdNode = scene.doc->GetActiveRenderData();
+  BaseContainer* rd = rdNode->GetDataInstance();
+  rd->SetInt32(RDATA_XRES, 6144);
+  rd->SetInt32(RDATA_YRES, 2048);
+  rd->SetBool(RDATA_STEREO, true);
+  BaseVideoPost* node = rdNode->GetFirstVideoPost();
+  node->GetDataInstance()->SetInt32(ORLIXVP_CUBE_LAYOUT, ORLIXVP_CUBE_LAYOUT_BLOCK_HORIZONTAL);
+  node->GetDataInstance()->SetInt32(ORLIXVP_STEREO_MODE, 1);
+  auto* vp = static_cast<OrlixCamVP*>(node->GetNodeData());
+  for (auto _ : st)
+  {
+    SettingsRender render(rdNode->GetData());
+    vp->AllocateBuffers(node, &render, scene.doc);
+    const Int32 images = vp->StereoGetCameraCountRenderer(node, scene.doc, rdNode);
+    if (images != 12)
+      st.SkipWithError("not a 12-image frame");
+    for (Int32 i = 0; i < images; ++i)
+    {
+      StereoCameraInfo info;
+      vp->StereoGetCameraInfo(node, scene.doc, nullptr, rdNode, i / 6, info);
+      benchmark::DoNotOptimize(info.m);
+    }
+    VideoPostStruct vps;
+    vps.vp = VIDEOPOSTCALL_FRAMESEQUENCE;
+    vps.open = true;
+    vps.doc = scene.doc;
+    vps.render = &render;
+    vp->Execute(node, &vps);
+    vps.open = false;
+    vp->Execute(node, &vps);
+  }
+  st.counters["images"] = 12;
+}
+
+// The per-pixel stage over a 2048 × 2048 dome: the outside of the circle painted black.
+void BM_ExecutePixel(benchmark::State& st)
+{
+  SkyScene scene;
+  auto* vp = static_cast<OrlixCamVP*>(OrlixCamVP::Alloc());
+  const Int32 size = 2048;
+  vp->isActive = true;
+  vp->isDome = true;
+  vp->maskMode = 0;
+  vp->isPreview = st.range(0) != 0;
+  vp->currentEye.area.start = Vector(0, 0, 0);
+  vp->currentEye.area.end = Vector(size - 1, size - 1, 0);
+  UpdateArea(vp->currentEye.area);
+  std::vector<Float32> row(size_t(size) * 4, 0.5f);
+  PixelPost pp;
+  for (auto _ : st)
+  {
+    for (Int32 y = 0; y < size; ++y)
+    {
+      pp.line = y;
+      for (Int32 x = 0; x < size; ++x)
+      {
+        pp.col = &row[size_t(x) * 4];
+        vp->ExecutePixel(nullptr, &pp, x, 0, 0);
+      }
+    }
+    benchmark::DoNotOptimize(row.data());
+  }
+  st.counters["ns/pixel"] = benchmark::Counter(double(size) * size * st.iterations(),
+                                               benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+  delete vp;
+}
 } // namespace
 
+BENCHMARK(BM_RenderStart12)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ExecutePixel)->Arg(0)->Arg(1)->ArgName("preview")->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MergeFrame)->Arg(2)->Arg(6)->Arg(12)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_CopyFrameBytes)->Arg(2)->Arg(6)->Arg(12)->Unit(benchmark::kMillisecond);
 // Lens 1 dome at 2048 × 2048, the others at 2048 × 1024; 1 and 4 samples per pixel.
