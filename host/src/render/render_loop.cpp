@@ -209,6 +209,9 @@ public:
   {
   }
 
+  /// Whether the render stopped at its input, before any video post ran.
+  Bool inputRejected = false;
+
   Bool Run(BitmapPtr* firstFrame);
 
 private:
@@ -273,7 +276,10 @@ Bool RenderLoop::Run(BitmapPtr* firstFrame)
   if (!device.Get())
     return Fail(Str("the ray tracer could not start (Embree error " + std::to_string(rtcGetDeviceError(nullptr)) + ")"));
   if (!Prepare())
+  {
+    inputRejected = true;
     return false;
+  }
 
   TimeRestore timeRestore(doc);
   RunningMark running(options.editorRender);
@@ -544,6 +550,31 @@ void RenderLoop::TraceTile(Int64 tile)
   const size_t sampleCount = offsets.size();
   VideoPostData* const lensData = lens ? lens->data : nullptr;
 
+  if (options.directionPass)
+  {
+    for (Int32 y = y0; y < y1; ++y)
+      for (Int32 x = x0; x < x1; ++x)
+      {
+        Ray ray;
+        if (lensData)
+          lensData->CreateRay(&ray, x, y);
+        else
+        {
+          ray.p = pinhole.origin;
+          ray.v = pinhole.Direction(x, y);
+        }
+        const Float len2 = ray.v.GetSquaredLength();
+        const Bool valid = len2 > 0.0 && std::isfinite(len2);
+        const Vector d = valid ? ray.v / std::sqrt(len2) : Vector();
+        Float32* px = buffer.Pixel(x, y);
+        px[0] = static_cast<Float32>(d.x);
+        px[1] = static_cast<Float32>(d.y);
+        px[2] = static_cast<Float32>(d.z);
+        px[3] = valid ? 1.0f : 0.0f;
+      }
+    return;
+  }
+
   for (Int32 y = y0; y < y1; ++y)
     for (Int32 x = x0; x < x1; ++x)
     {
@@ -587,8 +618,11 @@ void RenderLoop::TraceTile(Int64 tile)
 }
 } // namespace
 
-Bool RenderDocument(BaseDocument* doc, const RenderOptions& options, BitmapPtr* firstFrame, String* error)
+Bool RenderDocument(BaseDocument* doc, const RenderOptions& options, BitmapPtr* firstFrame, String* error,
+                    Bool* badInput)
 {
+  if (badInput)
+    *badInput = false;
   String ignored;
   String* message = error ? error : &ignored;
   if (firstFrame)
@@ -601,6 +635,8 @@ Bool RenderDocument(BaseDocument* doc, const RenderOptions& options, BitmapPtr* 
   RenderLoop loop(doc, options, message);
   if (loop.Run(firstFrame))
     return true;
+  if (badInput)
+    *badInput = loop.inputRejected;
   if (firstFrame)
     firstFrame->reset();
   return false;

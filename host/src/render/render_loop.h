@@ -25,6 +25,9 @@ struct RenderOptions
   Int32 threads = 0; ///< 0: all cores
   /// A preview into a view of the editor: no stereo merge, and video posts are told so.
   Bool editorRender = false;
+  /// Instead of shading, each pixel holds the world direction (x, y, z) of the ray through its
+  /// centre, unit length, with alpha 1; zero where there is no ray. One ray a pixel, no pixel posts.
+  Bool directionPass = false;
   /// Frames at the render settings' frame rate; without them the document's current time alone.
   /// A first frame without a last renders that one frame.
   std::optional<Int32> firstFrame;
@@ -41,6 +44,8 @@ struct RenderOptions
 /// video posts of those settings at every stage. The picture of the first frame goes to
 /// `firstFrame` when given; it has an alpha channel when RDATA_ALPHACHANNEL is on in the running
 /// settings and the frame wasn't merged. On bad input (sizes, samples, missing pictures, broken
-/// meshes) or a video post's failure gives false and says why in `error`.
-Bool RenderDocument(BaseDocument* doc, const RenderOptions& options, BitmapPtr* firstFrame, String* error);
+/// meshes) or a video post's failure gives false and says why in `error`; `badInput` tells the
+/// first kind (the render stopped before any video post ran) from the second.
+Bool RenderDocument(BaseDocument* doc, const RenderOptions& options, BitmapPtr* firstFrame, String* error,
+                    Bool* badInput = nullptr);
 } // namespace host
