@@ -12,3 +12,7 @@ trap 'rm -rf "$tmp"' EXIT
 g++ -std=c++17 -O2 -Wall -Wextra -o "$tmp/make_pictures" "$root/scripts/pictures/make_pictures.cpp" \
   $(pkg-config --cflags --libs OpenImageIO freetype2)
 "$tmp/make_pictures" "$out"
+
+# The example scenes' sky: an equirectangular picture that shows which way a lens looks.
+g++ -std=c++17 -O2 -Wall -Wextra -o "$tmp/make_sky" "$root/scripts/pictures/make_sky.cpp" $(pkg-config --cflags --libs OpenImageIO)
+"$tmp/make_sky" "$root/Examples/sky.png"
