@@ -27,6 +27,10 @@ namespace
 constexpr const char* kFormat = "orlixcam-scene/1";
 // Where a mesh loaded from an OBJ file keeps the file's name, so that saving refers to it again.
 constexpr Int32 kMeshFile = 1400;
+// The rotation and scale an object was given, so that saving writes back the very numbers that
+// were read rather than ones recovered from the matrix (which may differ in the last digit).
+constexpr Int32 kObjectRotation = 1401;
+constexpr Int32 kObjectScale = 1402;
 // Render sizes beyond this are a typing error rather than a picture anyone renders.
 constexpr Int32 kMaxRenderSide = 65536;
 
@@ -264,6 +268,11 @@ BaseObject* Loader::Object(const Json& v, const std::string& path)
     if (scale.x == 0.0 || scale.y == 0.0 || scale.z == 0.0)
       Fail(path + "/scale", "a scale of 0 flattens the object away");
     op->SetMl(MatrixMove(pos) * HPBToMatrix(hpb) * MatrixScale(scale));
+    if (v.contains("rotation") || v.contains("scale"))
+    {
+      op->GetDataInstance()->SetVector(kObjectRotation, hpb);
+      op->GetDataInstance()->SetVector(kObjectScale, scale);
+    }
     if (v.contains("renderMode"))
     {
       const Json& m = v["renderMode"];
@@ -698,10 +707,22 @@ Json Saver::Object(BaseObject* op)
   out["type"] = kind;
   out["name"] = Str(op->GetName());
   const Matrix& ml = op->GetMl();
-  const Vector scale(ml.v1.GetLength(), ml.v2.GetLength(), ml.v3.GetLength());
   if (ml.off != Vector())
     out["position"] = WriteVector(ml.off);
-  const Vector hpb = MatrixToHPB(Matrix(Vector(), ml.v1 * (1.0 / scale.x), ml.v2 * (1.0 / scale.y), ml.v3 * (1.0 / scale.z)));
+  Vector scale(ml.v1.GetLength(), ml.v2.GetLength(), ml.v3.GetLength());
+  Vector hpb = MatrixToHPB(Matrix(Vector(), ml.v1 * (1.0 / scale.x), ml.v2 * (1.0 / scale.y), ml.v3 * (1.0 / scale.z)));
+  const BaseContainer* given = op->GetDataInstance();
+  if (given->GetDataPointer(kObjectRotation) && given->GetDataPointer(kObjectScale))
+  {
+    // What the file said, as long as the object hasn't been turned or scaled since.
+    const Vector h = given->GetVector(kObjectRotation), s = given->GetVector(kObjectScale);
+    const Matrix m = MatrixMove(ml.off) * HPBToMatrix(h) * MatrixScale(s);
+    if (m.v1 == ml.v1 && m.v2 == ml.v2 && m.v3 == ml.v3)
+    {
+      hpb = h;
+      scale = s;
+    }
+  }
   if (hpb != Vector())
     out["rotation"] = WriteAngles(hpb);
   if (std::fabs(scale.x - 1.0) > 1e-12 || std::fabs(scale.y - 1.0) > 1e-12 || std::fabs(scale.z - 1.0) > 1e-12)

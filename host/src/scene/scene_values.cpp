@@ -2,6 +2,7 @@
 #include "scene/scene_values.h"
 
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <limits>
 
@@ -22,8 +23,9 @@ std::string Str(const String& s)
 
 std::string Number(Float v)
 {
-  Json j = v;
-  return j.dump();
+  char text[32];
+  std::snprintf(text, sizeof text, "%.15g", v);
+  return text;
 }
 } // namespace
 

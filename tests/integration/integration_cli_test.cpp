@@ -1,0 +1,276 @@
+// The command-line host run as a process, as users run it: pictures on disk, exit codes, messages.
+#include <gtest/gtest.h>
+
+#include <OpenImageIO/imageio.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+struct Outcome
+{
+  int code = -1;
+  std::string out, err;
+};
+
+struct Picture
+{
+  int width = 0, height = 0, channels = 0;
+  std::vector<float> px;
+  const float* At(int x, int y) const { return &px[(size_t(y) * width + x) * channels]; }
+};
+
+class Cli : public ::testing::Test
+{
+protected:
+  fs::path dir;
+
+  void SetUp() override
+  {
+    dir = fs::path(::testing::TempDir()) / ("orlix_cli_" + std::to_string(getpid()) + "_" +
+                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+  }
+  void TearDown() override { fs::remove_all(dir); }
+
+  Outcome Orlixcam(const std::string& args)
+  {
+    const std::string out = (dir / "stdout.txt").string(), err = (dir / "stderr.txt").string();
+    const std::string command = std::string(ORLIXCAM_EXE) + " " + args + " >" + out + " 2>" + err;
+    const int status = std::system(command.c_str());
+    Outcome r;
+    r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    r.out = Read(out);
+    r.err = Read(err);
+    fs::remove(out);
+    fs::remove(err);
+    return r;
+  }
+  static std::string Read(const fs::path& p)
+  {
+    std::ifstream in(p, std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(in)), {});
+  }
+  std::string Scene(const std::string& name, const std::string& text)
+  {
+    std::ofstream((dir / name).string()) << text;
+    return (dir / name).string();
+  }
+  static Picture Load(const fs::path& p)
+  {
+    Picture pic;
+    auto in = OIIO::ImageInput::open(p.string());
+    if (!in)
+      return pic;
+    const OIIO::ImageSpec& f = in->spec();
+    pic.width = f.width;
+    pic.height = f.height;
+    pic.channels = f.nchannels;
+    pic.px.resize(size_t(f.width) * f.height * f.nchannels);
+    in->read_image(0, 0, 0, -1, OIIO::TypeDesc::FLOAT, pic.px.data());
+    return pic;
+  }
+  /// Names of everything in the test's folder, to see that nothing half-written stays behind.
+  std::vector<std::string> Files() const
+  {
+    std::vector<std::string> names;
+    for (const auto& e : fs::directory_iterator(dir))
+      names.push_back(e.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+};
+
+std::string LensScene(const std::string& tagParams, int w, int h, const std::string& extra = "")
+{
+  return R"({"format": "orlixcam-scene/1", "render": {"width": )" + std::to_string(w) + R"(, "height": )" +
+         std::to_string(h) + R"(},
+  "objects": [{"type": "sky", "gradient": {"top": [0, 0, 1], "bottom": [1, 0, 0]}},
+    {"type": "camera", "name": "Lens", "tags": [{"type": "OrlixTag", "params": {)" + tagParams + R"(}}]})" + extra + "]}";
+}
+
+constexpr double kPi = 3.14159265358979323846;
+} // namespace
+
+TEST_F(Cli, BadInputStopsWithExitCode2AndWritesNothing)
+{
+  const std::string good = Scene("good.json", LensScene("\"ORLIXTAG_LENS\": 1", 16, 16));
+  const std::string broken = Scene("broken.json", "{\"format\": \"orlixcam-scene/1\", \"objects\": [}");
+  const std::string zero = Scene("zero.json", "{\"format\": \"orlixcam-scene/1\", \"render\": {\"width\": 0}}");
+  const std::string out = (dir / "out.png").string();
+  struct Case
+  {
+    std::string args, message;
+  } cases[] = {
+    {"render " + (dir / "missing.json").string() + " -o " + out, "missing.json: no such file"},
+    {"render " + broken + " -o " + out, "broken.json: malformed JSON: parse error at line 1"},
+    {"render " + zero + " -o " + out, "zero.json: /render/width: 0 is out of range 1 to 65536"},
+    {"render " + good + " -o " + (dir / "out.bmp").string(), "unknown picture format"},
+    {"render " + good + " -o " + (dir / "nofolder" / "out.png").string(), "does not exist"},
+    {"render " + good + " -o " + out + " --frames 5-1", "the range ends before it starts"},
+    {"render " + good + " -o " + out + " --frames 1-3", "several frames need #### in -o"},
+    {"render " + good + " -o " + out + " --set ORLIXTAG_NOTHING=1", "unknown parameter ORLIXTAG_NOTHING"},
+    {"render " + good + " -o " + out + " --set ORLIXTAG_LENS=9", "9 is not one of 0, 1, 2, 3"},
+    {"render " + good + " -o " + out + " --pass direction", "use .exr or .tif"},
+    {"render " + good + " -o " + out + " --samples 0", "--samples"},
+    {"render " + good + " -o " + out + " --width 100000", "--width"},
+  };
+  const std::string before = Read(good);
+  for (const Case& c : cases)
+  {
+    const Outcome r = Orlixcam(c.args);
+    EXPECT_EQ(r.code, 2) << c.args << "\n" << r.err;
+    EXPECT_NE(r.err.find(c.message), std::string::npos) << c.args << "\nstderr: " << r.err;
+    EXPECT_FALSE(fs::exists(out)) << c.args;
+  }
+  EXPECT_EQ(Read(good), before) << "the scene file is left as it was";
+  EXPECT_EQ(Files(), (std::vector<std::string>{"broken.json", "good.json", "zero.json"}));
+}
+
+TEST_F(Cli, FramesAreNumberedAndSetChangesTheRender)
+{
+  const std::string scene = Scene("s.json", LensScene("\"ORLIXTAG_LENS\": 1", 8, 8));
+  const Outcome r = Orlixcam("render " + scene + " -o " + (dir / "f_####.png").string() +
+                         " --frames 2-4 --set ORLIXTAG_LENS=ORLIXTAG_LENS_PANORAMA --set width=20 --set height=10 --samples 1");
+  ASSERT_EQ(r.code, 0) << r.err;
+  EXPECT_EQ(Files(), (std::vector<std::string>{"f_0002.png", "f_0003.png", "f_0004.png", "s.json"}))
+    << "one file a frame, numbered, and no temporary file left";
+  const Picture p = Load(dir / "f_0003.png");
+  EXPECT_EQ(p.width, 20);
+  EXPECT_EQ(p.height, 10);
+  ASSERT_EQ(p.channels, 3);
+  // A panorama's top row looks up into the blue, its bottom row down into the red.
+  EXPECT_GT(p.At(10, 0)[2], 0.9f);
+  EXPECT_GT(p.At(10, 9)[0], 0.9f);
+  EXPECT_NE(r.out.find("wrote " + (dir / "f_0004.png").string()), std::string::npos) << r.out;
+}
+
+TEST_F(Cli, DirectionPassFollowsTheLensFormulas)
+{
+  // Panorama: column u looks at longitude (u - 0.5) 2π, row v at latitude (0.5 - v) π.
+  {
+    const std::string scene = Scene("pano.json", LensScene("\"ORLIXTAG_LENS\": 0", 33, 17));
+    const Outcome r = Orlixcam("render " + scene + " -o " + (dir / "pano.exr").string() + " --pass direction");
+    ASSERT_EQ(r.code, 0) << r.err;
+    const Picture p = Load(dir / "pano.exr");
+    ASSERT_EQ(p.width, 33);
+    ASSERT_GE(p.channels, 3);
+    int tested = 0;
+    for (int y : {0, 4, 8, 13, 16})
+      for (int x : {0, 5, 16, 24, 32})
+      {
+        const double lon = (x / 32.0 - 0.5) * 2.0 * kPi, lat = (0.5 - y / 16.0) * kPi;
+        const double e[3] = {std::cos(lat) * std::sin(lon), std::sin(lat), std::cos(lat) * std::cos(lon)};
+        for (int c = 0; c < 3; ++c)
+          EXPECT_NEAR(p.At(x, y)[c], e[c], 1e-4) << "pixel " << x << ", " << y << " component " << c;
+        ++tested;
+      }
+    EXPECT_EQ(tested, 25);
+  }
+  // Dome of 180°: the angle from the axis grows evenly with the distance from the centre; no ray
+  // beyond the circle.
+  {
+    const std::string scene = Scene("dome.json", LensScene("\"ORLIXTAG_LENS\": 1, \"ORLIXTAG_DOME_FOV\": {\"deg\": 180}", 41, 41));
+    const Outcome r = Orlixcam("render " + scene + " -o " + (dir / "dome.exr").string() + " --pass direction");
+    ASSERT_EQ(r.code, 0) << r.err;
+    const Picture p = Load(dir / "dome.exr");
+    ASSERT_EQ(p.width, 41);
+    int tested = 0;
+    for (int y = 0; y < 41; y += 5)
+      for (int x = 0; x < 41; x += 5)
+      {
+        const double dx = x / 20.0 - 1.0, dy = 1.0 - y / 20.0, r2 = std::sqrt(dx * dx + dy * dy);
+        if (std::fabs(r2 - 1.0) < 0.03)
+          continue; // the rim itself: either side is fair
+        double e[3] = {0, 0, 0};
+        if (r2 < 1.0)
+        {
+          const double theta = r2 * kPi / 2.0;
+          e[0] = r2 > 0 ? std::sin(theta) * dx / r2 : 0.0;
+          e[1] = r2 > 0 ? std::sin(theta) * dy / r2 : 0.0;
+          e[2] = std::cos(theta);
+        }
+        for (int c = 0; c < 3; ++c)
+          EXPECT_NEAR(p.At(x, y)[c], e[c], 1e-4) << "pixel " << x << ", " << y << " component " << c;
+        ++tested;
+      }
+    EXPECT_GE(tested, 70);
+  }
+}
+
+TEST_F(Cli, SkyOnlyPanoramaReproducesItsPicture)
+{
+  // A smooth picture with detail in both directions, one colour at each pole as a real sky has
+  // (the top and bottom rows of a panorama all look at one point).
+  const int w = 512, h = 256;
+  std::vector<float> px;
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x)
+    {
+      const double u = (x + 0.5) / w, v = (y + 0.5) / h, pole = std::sin(kPi * v);
+      px.insert(px.end(), {float(0.5 + 0.4 * pole * std::sin(u * 2 * kPi * 3)), float(0.5 + 0.4 * std::cos(v * kPi * 3)),
+                           float(0.5 + 0.3 * pole * std::sin((u + v) * 2 * kPi * 2))});
+    }
+  const std::string sky = (dir / "sky.png").string();
+  {
+    auto out = OIIO::ImageOutput::create(sky);
+    ASSERT_TRUE(out && out->open(sky, OIIO::ImageSpec(w, h, 3, OIIO::TypeDesc::UINT8)));
+    out->write_image(OIIO::TypeDesc::FLOAT, px.data());
+    out->close();
+  }
+  const std::string scene = Scene("sky.json", R"({"format": "orlixcam-scene/1", "render": {"width": 512, "height": 256},
+    "objects": [{"type": "sky", "picture": "sky.png"},
+                {"type": "camera", "name": "Lens", "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_LENS": 0}}]}]})");
+  const Outcome r = Orlixcam("render " + scene + " -o " + (dir / "pano.png").string() + " --samples 1");
+  ASSERT_EQ(r.code, 0) << r.err;
+  const Picture a = Load(dir / "pano.png"), b = Load(sky);
+  ASSERT_EQ(a.px.size(), b.px.size());
+  double sum = 0.0;
+  for (size_t i = 0; i < a.px.size(); ++i)
+    sum += (a.px[i] - b.px[i]) * (a.px[i] - b.px[i]);
+  const double psnr = 10.0 * std::log10(1.0 / (sum / a.px.size()));
+  EXPECT_GE(psnr, 40.0);
+}
+
+TEST_F(Cli, InfoParamsAndHelp)
+{
+  const std::string scene = Scene("cube.json", R"({"format": "orlixcam-scene/1", "render": {"width": 600, "height": 300, "stereo": true,
+    "videoPosts": [{"type": "OrlixCam", "params": {"ORLIXVP_CUBE_LAYOUT": 3, "ORLIXVP_STEREO_MODE": 1}}]},
+    "objects": [{"type": "camera", "name": "Plain"},
+                {"type": "camera", "name": "Cube", "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_LENS": 3}}]}]})");
+  const Outcome info = Orlixcam("info " + scene);
+  ASSERT_EQ(info.code, 0) << info.err;
+  EXPECT_NE(info.out.find("cameras   2: \"Plain\" \"Cube\""), std::string::npos) << info.out;
+  EXPECT_NE(info.out.find("camera \"Cube\", tag OrlixTag, cubemap (3)"), std::string::npos) << info.out;
+  EXPECT_NE(info.out.find("images    12 per frame"), std::string::npos) << info.out;
+  // A 3 × 2 cubemap with the eyes side by side is 3:1: 600 wide wants 200 high.
+  EXPECT_NE(info.out.find("lens size 600 x 200 (width kept), 900 x 300 (height kept)"), std::string::npos) << info.out;
+
+  const Outcome params = Orlixcam("params");
+  ASSERT_EQ(params.code, 0) << params.err;
+  EXPECT_NE(params.out.find("1008   ORLIXTAG_DOME_FOV"), std::string::npos) << params.out;
+  EXPECT_NE(params.out.find("{\"deg\":180"), std::string::npos) << "the dome's default field in degrees";
+  EXPECT_NE(params.out.find("ORLIXVP_CUBE_LAYOUT"), std::string::npos);
+
+  const Outcome help = Orlixcam("render --help");
+  EXPECT_EQ(help.code, 0);
+  EXPECT_NE(help.out.find("--pass"), std::string::npos);
+  EXPECT_NE(help.out.find("Example"), std::string::npos);
+  const Outcome none = Orlixcam("");
+  EXPECT_EQ(none.code, 2) << "a command is required";
+  const Outcome plugins = Orlixcam("--plugins " + dir.string() + " params");
+  EXPECT_EQ(plugins.code, 2);
+  EXPECT_NE(plugins.err.find("no plug-in module at " + (dir / "OrlixCam.so").string()), std::string::npos) << plugins.err;
+}
