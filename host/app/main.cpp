@@ -507,9 +507,9 @@ int main(int argc, char** argv)
 
   RenderArgs r;
   CLI::App* render = app.add_subcommand("render", "Render a scene to a picture");
-  render->footer("Example:\n  orlixcam render Examples/dome.json -o dome.png --samples 4\n"
-                 "  orlixcam render Examples/dome.json -o frames/dome_####.png --frames 0-24\n"
-                 "  orlixcam render Examples/panorama.json -o dirs.exr --pass direction --set ORLIXTAG_LENS=0");
+  render->footer("Example:\n  orlixcam render Examples/fulldome.json -o dome.png --samples 4\n"
+                 "  orlixcam render Examples/dome_slate.json -o frames/dome_####.png --frames 0-24\n"
+                 "  orlixcam render Examples/panorama.json -o dirs.exr --pass direction --set ORLIXTAG_LENS=1");
   render->add_option("scene", r.scene, "The scene file (JSON)")->required();
   render->add_option("-o,--output", r.out, "The picture to write: .png (8-bit), .tif (16-bit) or .exr (32-bit float); #### numbers frames")
     ->required();
@@ -525,7 +525,7 @@ int main(int argc, char** argv)
 
   std::string infoScene;
   CLI::App* info = app.add_subcommand("info", "Show a scene in brief: cameras, lens, images per frame, sizes");
-  info->footer("Example:\n  orlixcam info Examples/dome.json");
+  info->footer("Example:\n  orlixcam info Examples/stereo_cubemap_sbs.json");
   info->add_option("scene", infoScene, "The scene file (JSON)")->required();
 
   CLI::App* params = app.add_subcommand("params", "List every parameter of the lens tag and the video post");

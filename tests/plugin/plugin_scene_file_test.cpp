@@ -337,3 +337,22 @@ TEST_F(SceneFile, ParameterValuesForTheCommandLine)
   EXPECT_FALSE(host::scene::ParseParameterValue(tag, ORLIXTAG_STEREO, "maybe", &value, &problem));
   EXPECT_NE(problem.find("expected true or false"), std::string::npos) << problem;
 }
+
+TEST_F(SceneFile, TheDocumentedExampleLoads)
+{
+  // The complete example of the scene format's documentation, with the files it names.
+  std::ifstream docFile(std::string(ORLIX_SOURCE_DIR) + "/docs/scene-format.md");
+  const std::string text((std::istreambuf_iterator<char>(docFile)), {});
+  const std::string::size_type start = text.find("```json\n");
+  ASSERT_NE(start, std::string::npos);
+  const std::string::size_type end = text.find("```", start + 8);
+  ASSERT_NE(end, std::string::npos);
+  fs::copy_file(std::string(ORLIX_SOURCE_DIR) + "/Examples/sky.png", dir / "sky.png", fs::copy_options::overwrite_existing);
+  Write("statue.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+  host::scene::SceneError error;
+  BaseDocument* d = Load(text.substr(start + 8, end - start - 8), &error);
+  ASSERT_NE(d, nullptr) << error.Message();
+  EXPECT_NE(d->SearchObject(String("Statue")), nullptr);
+  EXPECT_EQ(d->GetRenderBaseDraw()->GetSceneCamera(d)->GetName(), String("Dome Camera"));
+  BaseDocument::Free(d);
+}
