@@ -17,7 +17,7 @@ if ! [[ "$seconds" =~ ^[0-9]+$ ]] || [ "$seconds" -eq 0 ]; then
   exit 2
 fi
 shift || true
-all=(fuzz_symbols fuzz_strings fuzz_res fuzz_render_params)
+all=(fuzz_symbols fuzz_strings fuzz_res fuzz_render_params fuzz_scene)
 targets=("$@")
 [ ${#targets[@]} -eq 0 ] && targets=("${all[@]}")
 

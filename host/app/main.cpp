@@ -484,7 +484,7 @@ int ParamsCommand(const std::string& plugins)
       if (unit == "DEGREE")
         unit = "degrees (radians inside; write {\"deg\": x})";
       else if (unit == "PERCENT")
-        unit = "percent (1.0 is 100%)";
+        unit = "percent (the number is the percentage)";
       std::printf("  %-6d %-38s %-10s %-14s %s\n", id, host::scene::EntrySymbol(*desc, id).c_str(), type.c_str(),
                   value.c_str(), unit.c_str());
     }

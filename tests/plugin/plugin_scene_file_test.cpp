@@ -56,7 +56,7 @@ const char* kRich = R"({
   "render": {"width": 640, "height": 320, "fps": 24, "stereo": true, "alpha": true,
     "videoPosts": [{"type": "OrlixCam", "enabled": false,
                     "params": {"ORLIXVP_CUBE_LAYOUT": "ORLIXVP_CUBE_LAYOUT_STRIP_HORIZONTAL", "ORLIXVP_TEXT": "hello",
-                               "ORLIXVP_TEXT_SIZE": 0.02, "ORLIXVP_LOGO_FILE": "logo.png"}}]},
+                               "ORLIXVP_TEXT_SIZE": 2.5, "ORLIXVP_LOGO_FILE": "logo.png"}}]},
   "objects": [
     {"type": "null", "name": "Rig", "position": [10, 20, 30], "rotation": {"deg": [30, -20, 10]}, "scale": [2, 2, 2],
      "children": [
@@ -355,4 +355,21 @@ TEST_F(SceneFile, TheDocumentedExampleLoads)
   EXPECT_NE(d->SearchObject(String("Statue")), nullptr);
   EXPECT_EQ(d->GetRenderBaseDraw()->GetSceneCamera(d)->GetName(), String("Dome Camera"));
   BaseDocument::Free(d);
+}
+
+TEST_F(SceneFile, EveryDefaultSurvivesSavingAndLoading)
+{
+  // Found by fuzzing: a default that lay outside its own description's range (a percentage read
+  // as a fraction) made a saved scene unloadable.
+  BaseObject* cam = AddTaggedCamera("Cam");
+  ASSERT_NE(cam->GetFirstTag(), nullptr);
+  ASSERT_NE(doc->GetActiveRenderData()->GetFirstVideoPost(), nullptr) << "the tag adds its video post";
+  const std::string file = (dir / "defaults.json").string();
+  host::scene::SceneError error;
+  ASSERT_TRUE(host::scene::SaveScene(doc, file, &error)) << error.Message();
+  BaseDocument* back = host::scene::LoadScene(file, &error);
+  ASSERT_NE(back, nullptr) << error.Message();
+  EXPECT_TRUE(*back->GetActiveRenderData()->GetFirstVideoPost()->GetDataInstance() ==
+              *doc->GetActiveRenderData()->GetFirstVideoPost()->GetDataInstance());
+  BaseDocument::Free(back);
 }

@@ -371,11 +371,9 @@ GeData ReadParameter(const Json& v, const std::string& path, const BaseContainer
       CheckRange(rad / kDeg, settings, path, "°");
       return GeData(rad);
     }
+    // A percentage is stored as the number the panel shows beside its % sign.
     const Float f = ReadNumber(v, path);
-    if (unit == "PERCENT")
-      CheckRange(f * 100.0, settings, path, "%");
-    else
-      CheckRange(f, settings, path, "");
+    CheckRange(f, settings, path, unit == "PERCENT" ? "%" : "");
     return GeData(f);
   }
   if (type == "VECTOR")
