@@ -3,6 +3,7 @@
 
 #include "c4d_basetime.h"
 #include "c4d_bitmap.h"
+#include "c4d_clipmap.h"
 #include "c4d_container.h"
 #include "c4d_customdata.h"
 #include "c4d_general.h"

@@ -6,6 +6,8 @@
 #include "c4d_string.h"
 #include "c4d_types.h"
 
+using UInt16 = std::uint16_t;
+
 enum IMAGERESULT : Int32
 {
   IMAGERESULT_OK = 1,
@@ -46,6 +48,29 @@ public:
 
   /// A copy of the whole picture, or null.
   BaseBitmap* GetClone() const;
+  /// Makes `dst` a copy of this picture (size, colour and alpha); false without memory.
+  Bool CopyTo(BaseBitmap* dst) const;
+
+  /// One pixel as 0 to 255 a component; outside the picture black.
+  void GetPixel(Int32 x, Int32 y, UInt16* r, UInt16* g, UInt16* b) const;
+  /// Sets one pixel from 0 to 255 a component; outside the picture nothing.
+  void SetPixel(Int32 x, Int32 y, Int32 r, Int32 g, Int32 b);
+
+  /// The alpha channel, or null. This host keeps the alpha inside the picture, so the channel's
+  /// handle is the picture itself.
+  BaseBitmap* GetInternalChannel() { return HasAlpha() ? this : nullptr; }
+  const BaseBitmap* GetInternalChannel() const { return HasAlpha() ? this : nullptr; }
+  /// Gives the picture an alpha channel (of 0, transparent) where it has none and returns it;
+  /// only internal channels exist here. Null without memory.
+  BaseBitmap* AddChannel(Bool internal, Bool straight);
+  /// The alpha of one pixel as 0 to 255, from `channel` as GetInternalChannel gave it.
+  void GetAlphaPixel(const BaseBitmap* channel, Int32 x, Int32 y, UInt16* val) const;
+  void SetAlphaPixel(BaseBitmap* channel, Int32 x, Int32 y, Int32 val);
+
+  /// Scales the source rectangle (inclusive corners) of this picture into the destination
+  /// rectangle of `dest` with bicubic interpolation, alpha along where both have it.
+  void ScaleBicubic(BaseBitmap* dest, Int32 srcXMin, Int32 srcYMin, Int32 srcXMax, Int32 srcYMax, Int32 dstXMin,
+                    Int32 dstYMin, Int32 dstXMax, Int32 dstYMax) const;
 
 protected:
   BaseBitmap() = default;

@@ -1,6 +1,8 @@
 // Pictures held by the host; files go through OpenImageIO.
 #include <OpenImageIO/imageio.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -205,4 +207,155 @@ Bool BaseBitmap::SetPixelCnt(Int32 x, Int32 y, Int32 cnt, const UChar* buffer, I
       alpha[at] = px[0];
   }
   return true;
+}
+
+namespace
+{
+UInt16 To255(Float32 v)
+{
+  const Float32 c = std::min(1.0f, std::max(0.0f, v));
+  return static_cast<UInt16>(c * 255.0f + 0.5f);
+}
+
+// Catmull-Rom weights of the four samples around a position with fraction t.
+void CubicWeights(Float t, Float w[4])
+{
+  const Float t2 = t * t, t3 = t2 * t;
+  w[0] = -0.5 * t3 + t2 - 0.5 * t;
+  w[1] = 1.5 * t3 - 2.5 * t2 + 1.0;
+  w[2] = -1.5 * t3 + 2.0 * t2 + 0.5 * t;
+  w[3] = 0.5 * t3 - 0.5 * t2;
+}
+} // namespace
+
+Bool BaseBitmap::CopyTo(BaseBitmap* dst) const
+{
+  if (!dst)
+    return false;
+  if (dst == this)
+    return true;
+  try
+  {
+    dst->rgb = rgb;
+    dst->alpha = alpha;
+  }
+  catch (const std::bad_alloc&)
+  {
+    return false;
+  }
+  dst->width = width;
+  dst->height = height;
+  return true;
+}
+
+void BaseBitmap::GetPixel(Int32 x, Int32 y, UInt16* r, UInt16* g, UInt16* b) const
+{
+  UInt16 c[3] = {0, 0, 0};
+  if (x >= 0 && y >= 0 && x < width && y < height)
+  {
+    const Float32* p = &rgb[(static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3u];
+    for (int i = 0; i < 3; ++i)
+      c[i] = To255(p[i]);
+  }
+  if (r)
+    *r = c[0];
+  if (g)
+    *g = c[1];
+  if (b)
+    *b = c[2];
+}
+
+void BaseBitmap::SetPixel(Int32 x, Int32 y, Int32 r, Int32 g, Int32 b)
+{
+  if (x < 0 || y < 0 || x >= width || y >= height)
+    return;
+  Float32* p = &rgb[(static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3u];
+  p[0] = static_cast<Float32>(r) / 255.0f;
+  p[1] = static_cast<Float32>(g) / 255.0f;
+  p[2] = static_cast<Float32>(b) / 255.0f;
+}
+
+BaseBitmap* BaseBitmap::AddChannel(Bool /*internal*/, Bool /*straight*/)
+{
+  if (!alpha.empty() || width == 0)
+    return width == 0 ? nullptr : this;
+  try
+  {
+    alpha.assign(static_cast<size_t>(width) * static_cast<size_t>(height), 0.0f);
+  }
+  catch (const std::bad_alloc&)
+  {
+    return nullptr;
+  }
+  return this;
+}
+
+void BaseBitmap::GetAlphaPixel(const BaseBitmap* channel, Int32 x, Int32 y, UInt16* val) const
+{
+  if (!val)
+    return;
+  *val = 0;
+  if (channel && !channel->alpha.empty() && x >= 0 && y >= 0 && x < channel->width && y < channel->height)
+    *val = To255(channel->alpha[static_cast<size_t>(y) * static_cast<size_t>(channel->width) + static_cast<size_t>(x)]);
+}
+
+void BaseBitmap::SetAlphaPixel(BaseBitmap* channel, Int32 x, Int32 y, Int32 val)
+{
+  if (channel && !channel->alpha.empty() && x >= 0 && y >= 0 && x < channel->width && y < channel->height)
+    channel->alpha[static_cast<size_t>(y) * static_cast<size_t>(channel->width) + static_cast<size_t>(x)] =
+      static_cast<Float32>(val) / 255.0f;
+}
+
+void BaseBitmap::ScaleBicubic(BaseBitmap* dest, Int32 sx0, Int32 sy0, Int32 sx1, Int32 sy1, Int32 dx0, Int32 dy0,
+                              Int32 dx1, Int32 dy1) const
+{
+  if (!dest || dest == this || width == 0 || height == 0 || dest->width == 0 || dest->height == 0)
+    return;
+  sx0 = std::max(0, sx0), sy0 = std::max(0, sy0), sx1 = std::min(width - 1, sx1), sy1 = std::min(height - 1, sy1);
+  dx0 = std::max(0, dx0), dy0 = std::max(0, dy0), dx1 = std::min(dest->width - 1, dx1), dy1 = std::min(dest->height - 1, dy1);
+  if (sx1 < sx0 || sy1 < sy0 || dx1 < dx0 || dy1 < dy0)
+    return;
+  const Bool withAlpha = !alpha.empty() && !dest->alpha.empty();
+  const Float scaleX = static_cast<Float>(sx1 - sx0 + 1) / (dx1 - dx0 + 1);
+  const Float scaleY = static_cast<Float>(sy1 - sy0 + 1) / (dy1 - dy0 + 1);
+  for (Int32 y = dy0; y <= dy1; ++y)
+  {
+    // Pixel centres map onto pixel centres of the source rectangle.
+    const Float fy = sy0 + (y - dy0 + 0.5) * scaleY - 0.5;
+    const Int32 iy = static_cast<Int32>(std::floor(fy));
+    Float wy[4];
+    CubicWeights(fy - iy, wy);
+    for (Int32 x = dx0; x <= dx1; ++x)
+    {
+      const Float fx = sx0 + (x - dx0 + 0.5) * scaleX - 0.5;
+      const Int32 ix = static_cast<Int32>(std::floor(fx));
+      Float wx[4];
+      CubicWeights(fx - ix, wx);
+      Float sum[4] = {0.0, 0.0, 0.0, 0.0};
+      Float lo[4] = {1e300, 1e300, 1e300, 1e300}, hi[4] = {-1e300, -1e300, -1e300, -1e300};
+      for (int j = 0; j < 4; ++j)
+      {
+        const Int32 py = std::min(sy1, std::max(sy0, iy - 1 + j));
+        for (int i = 0; i < 4; ++i)
+        {
+          const Int32 px = std::min(sx1, std::max(sx0, ix - 1 + i));
+          const size_t at = static_cast<size_t>(py) * static_cast<size_t>(width) + static_cast<size_t>(px);
+          const Float w = wx[i] * wy[j];
+          const Float v[4] = {rgb[at * 3u], rgb[at * 3u + 1u], rgb[at * 3u + 2u], withAlpha ? alpha[at] : 0.0f};
+          for (int c = 0; c < 4; ++c)
+          {
+            sum[c] += w * v[c];
+            lo[c] = std::min(lo[c], v[c]);
+            hi[c] = std::max(hi[c], v[c]);
+          }
+        }
+      }
+      // Bicubic overshoots at hard edges: each value stays within its neighbours' range.
+      const size_t to = static_cast<size_t>(y) * static_cast<size_t>(dest->width) + static_cast<size_t>(x);
+      for (int c = 0; c < 3; ++c)
+        dest->rgb[to * 3u + static_cast<size_t>(c)] = static_cast<Float32>(std::min(hi[c], std::max(lo[c], sum[c])));
+      if (withAlpha)
+        dest->alpha[to] = static_cast<Float32>(std::min(hi[3], std::max(lo[3], sum[3])));
+    }
+  }
 }

@@ -1,6 +1,8 @@
 // OrlixCamVP: the video post that shoots the render through the lens, and its render state.
 #pragma once
 
+#include <vector>
+
 #include "c4d.h"
 #include "lens/lens_projection.h"
 #include "lens/lens_state.h"
@@ -126,3 +128,16 @@ public:
   LensChannel areaGrid[36];
   Vector gridSize;
 };
+
+/// The dome's overlays at the closing of an image: the mask, the logo and the slate, each laid
+/// over the render's RGBA buffer. RENDERRESULT_OUTOFMEMORY where the render has no such buffer.
+RENDERRESULT DrawOverlays(OrlixCamVP& state, VideoPostStruct* vps);
+
+/// The slate's technical block, top to bottom: document, resolution, total time, total frames,
+/// frame rate, and the moment of drawing.
+std::vector<String> SlateTechnicalLines(const OrlixCamVP& state);
+
+/// Lays `source` over the pixels of `area` (inclusive corners) of `buffer`, scaled to the area's
+/// size; with `keepScaled` the scaled picture replaces `source` for later images. Coverage comes
+/// from the source's alpha channel, else from its first component. False if nothing was drawn.
+Bool DrawBitmapToVPBuffer(OrlixCamVP& state, BaseBitmap* source, VPBuffer* buffer, const LensArea& area, Bool keepScaled);

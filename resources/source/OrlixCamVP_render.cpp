@@ -372,8 +372,11 @@ RENDERRESULT OrlixCamVP::Execute(BaseVideoPost* node, VideoPostStruct* vps)
 
     case VIDEOPOSTCALL_RENDER:
       if (vps->open)
+      {
         SelectSubRender(vps->time);
-      return RENDERRESULT_OK;
+        return RENDERRESULT_OK;
+      }
+      return DrawOverlays(*this, vps);
 
     default:
       return RENDERRESULT_OK;

@@ -126,6 +126,7 @@ TEST_F(Cli, BadInputStopsWithExitCode2AndWritesNothing)
     {"render " + good + " -o " + out + " --pass direction", "use .exr or .tif"},
     {"render " + good + " -o " + out + " --samples 0", "--samples"},
     {"render " + good + " -o " + out + " --width 100000", "--width"},
+    {"render " + good + " -o " + out + " --width 65536 --height 65536", "more than the machine's"},
   };
   const std::string before = Read(good);
   for (const Case& c : cases)

@@ -308,3 +308,52 @@ TEST(LensRenderModule, TheModuleRendersTheSamePanorama)
   module.Unload();
   host::ResetApp();
 }
+
+TEST_F(LensRender, DomeSlateFillsTheCornersAndLeavesTheCircleAlone)
+{
+  Render(1024, 1024);
+  const host::BitmapPtr plain(picture->GetClone());
+  VP().SetBool(ORLIXVP_SLATE, true);
+  VP().SetBool(ORLIXVP_SHOW_INFO, true);
+  VP().SetBool(ORLIXVP_SHOW_TEXT, true);
+  VP().SetBool(ORLIXVP_SHOW_TIMECODE, true);
+  VP().SetBool(ORLIXVP_SHOW_FRAME, true);
+  VP().SetString(ORLIXVP_TEXT, String("Slate"));
+  VP().SetFloat(ORLIXVP_TEXT_SIZE, 1.0);
+  VP().SetInt32(ORLIXVP_LOGO_MODE, 0);
+  Render(1024, 1024);
+  auto differsIn = [](const BaseBitmap& one, const BaseBitmap& two, Int32 x0, Int32 y0, Int32 x1, Int32 y1) {
+    Int32 n = 0;
+    for (Int32 y = y0; y < y1; ++y)
+      for (Int32 x = x0; x < x1; ++x)
+      {
+        Px a, b;
+        one.GetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(&a), 12, COLORMODE_RGBf, 0);
+        two.GetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(&b), 12, COLORMODE_RGBf, 0);
+        n += a.r != b.r || a.g != b.g || a.b != b.b;
+      }
+    return n;
+  };
+  auto differs = [&](Int32 x0, Int32 y0, Int32 x1, Int32 y1) { return differsIn(*plain, *picture, x0, y0, x1, y1); };
+  EXPECT_GT(differs(0, 0, 150, 40), 0) << "title, top left";
+  EXPECT_GT(differs(850, 0, 1024, 100), 0) << "technical block, top right";
+  EXPECT_GT(differs(0, 900, 250, 1024), 0) << "time and frame, bottom left";
+  EXPECT_GT(differs(880, 880, 1024, 1024), 0) << "logo and caption, bottom right";
+  Int32 inside = 0, tested = 0;
+  for (Int32 y = 0; y < 1024; ++y)
+    for (Int32 x = 0; x < 1024; ++x)
+      if ((x - 511.5) * (x - 511.5) + (y - 511.5) * (y - 511.5) < 508.0 * 508.0)
+      {
+        inside += differs(x, y, x + 1, y + 1);
+        ++tested;
+      }
+  EXPECT_EQ(inside, 0) << "the picture inside the circle is untouched";
+  EXPECT_GT(tested, 800000);
+
+  // A preview draws no slate: with and without it the preview is the same.
+  Render(1024, 1024, true);
+  const host::BitmapPtr preview(picture->GetClone());
+  VP().SetBool(ORLIXVP_SLATE, false);
+  Render(1024, 1024, true);
+  EXPECT_EQ(differsIn(*preview, *picture, 0, 0, 1024, 1024), 0);
+}

@@ -1,0 +1,139 @@
+// Text in clip maps and the picture calls the overlays use: coverage, sizes, fonts, scaling.
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "c4d.h"
+
+namespace
+{
+struct ClipMapFree
+{
+  void operator()(GeClipMap* m) const { GeClipMap::Free(m); }
+};
+using ClipMap = std::unique_ptr<GeClipMap, ClipMapFree>;
+
+Float32 Red(BaseBitmap* bmp, Int32 x, Int32 y)
+{
+  Float32 px[3];
+  bmp->GetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(px), 12, COLORMODE_RGBf);
+  return px[0];
+}
+} // namespace
+
+TEST(ClipMap, WhiteTextLeavesItsCoverageInRed)
+{
+  ClipMap map(GeClipMap::Alloc());
+  ASSERT_EQ(map->Init(200, 60, 32), IMAGERESULT_OK);
+  const BaseContainer font = GeClipMap::GetDefaultFont(GE_FONT_DEFAULT_SYSTEM);
+  ASSERT_TRUE(map->SetFont(&font, 24.0)) << "DejaVu Sans comes with the fonts-dejavu-core package";
+  const Int32 h = map->GetTextHeight();
+  EXPECT_GE(h, 24);
+  EXPECT_LE(h, 32);
+  EXPECT_GT(map->GetTextWidth(String("Orlix Cam")), map->GetTextWidth(String("Orlix")));
+  EXPECT_EQ(map->GetTextWidth(String()), 0);
+
+  map->BeginDraw();
+  map->SetColor(255, 255, 255, 255);
+  map->TextAt(10, 10, String("HI"));
+  map->EndDraw();
+  BaseBitmap* bmp = map->GetBitmap();
+  ASSERT_NE(bmp, nullptr);
+  Int32 full = 0, partial = 0, outside = 0;
+  for (Int32 y = 0; y < 60; ++y)
+    for (Int32 x = 0; x < 200; ++x)
+    {
+      const Float32 r = Red(bmp, x, y);
+      full += r > 0.99f;
+      partial += r > 0.01f && r < 0.99f;
+      outside += r > 0.0f && (x < 10 || y < 10 || y >= 10 + h);
+    }
+  EXPECT_GT(full, 50) << "the strokes are covered fully";
+  EXPECT_GT(partial, 4) << "their edges are smoothed";
+  EXPECT_EQ(outside, 0) << "nothing left of or above the text's position, nor below its line";
+}
+
+TEST(ClipMap, TheMonospacedFontHasEvenAdvances)
+{
+  ClipMap map(GeClipMap::Alloc());
+  ASSERT_EQ(map->Init(10, 10), IMAGERESULT_OK);
+  const BaseContainer mono = GeClipMap::GetDefaultFont(GE_FONT_DEFAULT_MONOSPACED);
+  ASSERT_TRUE(map->SetFont(&mono, 30.0));
+  EXPECT_EQ(map->GetTextWidth(String("iiii")), map->GetTextWidth(String("WWWW")));
+  const BaseContainer system = GeClipMap::GetDefaultFont(GE_FONT_DEFAULT_SYSTEM);
+  ASSERT_TRUE(map->SetFont(&system, 30.0));
+  EXPECT_LT(map->GetTextWidth(String("iiii")), map->GetTextWidth(String("WWWW")));
+}
+
+TEST(ClipMap, AFontThatCantBeHadKeepsTheOldOneAndDrawsNothingWithoutAny)
+{
+  ClipMap map(GeClipMap::Alloc());
+  ASSERT_EQ(map->Init(50, 50), IMAGERESULT_OK);
+  BaseContainer missing;
+  missing.SetFilename(FONT_FILE, Filename("/nonexistent/font.ttf"));
+  EXPECT_FALSE(map->SetFont(&missing, 12.0));
+  EXPECT_TRUE(GeClipMap::GetDefaultFont(7).GetDataCount() == 0) << "no third default font";
+  EXPECT_EQ(map->GetTextHeight(), 0);
+  map->TextAt(5, 5, String("nothing"));
+  for (Int32 y = 0; y < 50; ++y)
+    for (Int32 x = 0; x < 50; ++x)
+      ASSERT_EQ(Red(map->GetBitmap(), x, y), 0.0f);
+  const BaseContainer system = GeClipMap::GetDefaultFont(GE_FONT_DEFAULT_SYSTEM);
+  ASSERT_TRUE(map->SetFont(&system, 12.0));
+  const Int32 h = map->GetTextHeight();
+  EXPECT_FALSE(map->SetFont(&missing, 40.0));
+  EXPECT_EQ(map->GetTextHeight(), h) << "a failed change keeps the font it had";
+  EXPECT_NE(map->Init(0, 5), IMAGERESULT_OK);
+}
+
+TEST(BitmapCalls, PixelsAlphaAndBicubicScaling)
+{
+  BaseBitmap* bmp = BaseBitmap::Alloc();
+  ASSERT_EQ(bmp->Init(4, 4), IMAGERESULT_OK);
+  EXPECT_EQ(bmp->GetInternalChannel(), nullptr);
+  bmp->SetPixel(1, 2, 255, 128, 0);
+  UInt16 r, g, b;
+  bmp->GetPixel(1, 2, &r, &g, &b);
+  EXPECT_EQ(r, 255);
+  EXPECT_EQ(g, 128);
+  EXPECT_EQ(b, 0);
+  bmp->GetPixel(9, 9, &r, &g, &b);
+  EXPECT_EQ(r, 0) << "outside reads black";
+  BaseBitmap* alpha = bmp->AddChannel(true, false);
+  ASSERT_NE(alpha, nullptr);
+  EXPECT_EQ(bmp->GetInternalChannel(), alpha);
+  UInt16 a = 99;
+  bmp->GetAlphaPixel(alpha, 0, 0, &a);
+  EXPECT_EQ(a, 0) << "a new channel is transparent";
+  bmp->SetAlphaPixel(alpha, 3, 3, 200);
+  bmp->GetAlphaPixel(alpha, 3, 3, &a);
+  EXPECT_EQ(a, 200);
+
+  // A constant picture scales to the same constant; a ramp stays a ramp, within its range.
+  BaseBitmap* ramp = BaseBitmap::Alloc();
+  ASSERT_EQ(ramp->Init(8, 1), IMAGERESULT_OK);
+  for (Int32 x = 0; x < 8; ++x)
+    ramp->SetPixel(x, 0, x * 32, 100, 255);
+  BaseBitmap* wide = BaseBitmap::Alloc();
+  ASSERT_EQ(wide->Init(32, 3), IMAGERESULT_OK);
+  ramp->ScaleBicubic(wide, 0, 0, 7, 0, 0, 0, 31, 2);
+  UInt16 prev = 0;
+  for (Int32 x = 0; x < 32; ++x)
+  {
+    wide->GetPixel(x, 1, &r, &g, &b);
+    EXPECT_EQ(g, 100) << x;
+    EXPECT_EQ(b, 255) << x;
+    EXPECT_GE(r, prev) << "the ramp rises at " << x;
+    prev = r;
+  }
+  EXPECT_LE(prev, 224) << "no overshoot beyond the last value";
+
+  BaseBitmap* copy = BaseBitmap::Alloc();
+  ASSERT_TRUE(bmp->CopyTo(copy));
+  EXPECT_EQ(copy->GetBw(), 4);
+  ASSERT_NE(copy->GetInternalChannel(), nullptr);
+  copy->GetAlphaPixel(copy->GetInternalChannel(), 3, 3, &a);
+  EXPECT_EQ(a, 200);
+  for (BaseBitmap* p : {bmp, ramp, wide, copy})
+    BaseBitmap::Free(p);
+}

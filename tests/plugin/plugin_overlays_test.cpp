@@ -1,0 +1,243 @@
+// The dome's overlays: the blit every layer goes through, the logo's corner, the slate's lines.
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+#include "OrlixCamVP.h"
+#include "plugin_fixture.h"
+
+namespace
+{
+/// An RGBA float buffer the blit can write into, of any bit depth and component count it claims.
+class TestBuffer : public VPBuffer
+{
+public:
+  TestBuffer(Int32 w, Int32 h, Int32 bits = 32, Int32 comps = 4) : width(w), height(h), bitdepth(bits), cpp(comps)
+  {
+    px.assign(size_t(w) * h * 4, 0.0f);
+  }
+  Int32 GetInfo(Int32 type) const override
+  {
+    switch (type)
+    {
+      case VPGETINFO_XRESOLUTION: return width;
+      case VPGETINFO_YRESOLUTION: return height;
+      case VPGETINFO_BITDEPTH: return bitdepth;
+      default: return cpp;
+    }
+  }
+  Bool GetLine(Int32 x, Int32 y, Int32 cnt, void* data, Int32, Bool) const override
+  {
+    std::copy_n(&px[(size_t(y) * width + x) * 4], size_t(cnt) * 4, static_cast<Float32*>(data));
+    return true;
+  }
+  Bool SetLine(Int32 x, Int32 y, Int32 cnt, const void* data, Int32, Bool) override
+  {
+    std::copy_n(static_cast<const Float32*>(data), size_t(cnt) * 4, &px[(size_t(y) * width + x) * 4]);
+    return true;
+  }
+  Float32* At(Int32 x, Int32 y) { return &px[(size_t(y) * width + x) * 4]; }
+  void Fill(Float32 r, Float32 g, Float32 b, Float32 a)
+  {
+    for (size_t i = 0; i < px.size(); i += 4)
+      px[i] = r, px[i + 1] = g, px[i + 2] = b, px[i + 3] = a;
+  }
+
+  Int32 width, height, bitdepth, cpp;
+  std::vector<Float32> px;
+};
+
+class BufferRender : public Render
+{
+public:
+  explicit BufferRender(VPBuffer* b) : buffer(b) {}
+  VPBuffer* GetBuffer(Int32 id, Int32) override { return id == VPBUFFER_RGBA ? buffer : nullptr; }
+  BaseContainer GetRenderData() const override { return BaseContainer(); }
+  void SetRenderData(const BaseContainer&) override {}
+  VPBuffer* buffer;
+};
+
+struct BitmapDeleter
+{
+  void operator()(BaseBitmap* b) const { BaseBitmap::Free(b); }
+};
+using Bitmap = std::unique_ptr<BaseBitmap, BitmapDeleter>;
+
+/// A picture of one colour; with `alpha` >= 0 an alpha channel of that value (0 to 255).
+Bitmap Solid(Int32 w, Int32 h, Int32 r, Int32 g, Int32 b, Int32 alpha = -1)
+{
+  Bitmap bmp(BaseBitmap::Alloc());
+  bmp->Init(w, h, 32);
+  BaseBitmap* channel = alpha >= 0 ? bmp->AddChannel(true, false) : nullptr;
+  for (Int32 y = 0; y < h; ++y)
+    for (Int32 x = 0; x < w; ++x)
+    {
+      bmp->SetPixel(x, y, r, g, b);
+      if (channel)
+        bmp->SetAlphaPixel(channel, x, y, alpha);
+    }
+  return bmp;
+}
+
+LensArea Area(Float x0, Float y0, Float x1, Float y1)
+{
+  LensArea a;
+  a.start = Vector(x0, y0, 0);
+  a.end = Vector(x1, y1, 0);
+  UpdateArea(a);
+  return a;
+}
+
+struct Overlays : PluginTest
+{
+  std::unique_ptr<OrlixCamVP> vp{static_cast<OrlixCamVP*>(OrlixCamVP::Alloc())};
+};
+} // namespace
+
+TEST_F(Overlays, BlitBlendsByCoverageAndKeepsTheLargerAlpha)
+{
+  TestBuffer buf(4, 4);
+  buf.Fill(0.2f, 0.4f, 0.6f, 0.5f);
+  // Without an alpha channel the first component is the coverage: red 255 covers fully.
+  Bitmap full = Solid(2, 2, 255, 0, 0);
+  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, full.get(), &buf, Area(0, 0, 1, 1), false));
+  EXPECT_FLOAT_EQ(buf.At(1, 1)[0], 1.0f);
+  EXPECT_FLOAT_EQ(buf.At(1, 1)[1], 0.0f);
+  EXPECT_FLOAT_EQ(buf.At(1, 1)[3], 1.0f) << "alpha: the larger of the cover and what was there";
+  EXPECT_FLOAT_EQ(buf.At(2, 2)[0], 0.2f) << "outside the area nothing changes";
+
+  // With an alpha channel the channel decides and the first component is colour only.
+  Bitmap clear = Solid(2, 2, 255, 255, 255, 0);
+  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, clear.get(), &buf, Area(2, 2, 3, 3), false));
+  EXPECT_FLOAT_EQ(buf.At(3, 3)[0], 0.2f) << "a fully transparent pixel leaves the colour alone";
+  EXPECT_FLOAT_EQ(buf.At(3, 3)[3], 0.5f) << "and the alpha";
+  Bitmap half = Solid(2, 2, 0, 255, 0, 128);
+  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, half.get(), &buf, Area(2, 0, 3, 1), false));
+  const Float32 a = 128.0f / 255.0f;
+  EXPECT_NEAR(buf.At(2, 0)[0], (1 - a) * 0.2f, 1e-6);
+  EXPECT_NEAR(buf.At(2, 0)[1], a + (1 - a) * 0.4f, 1e-6);
+  EXPECT_FLOAT_EQ(buf.At(2, 0)[3], a) << "the larger alpha: the cover's " << a << " over 0.5";
+}
+
+TEST_F(Overlays, BlitChecksAreaBufferAndBitmap)
+{
+  TestBuffer buf(8, 4);
+  Bitmap logo = Solid(3, 2, 255, 255, 255);
+  EXPECT_TRUE(DrawBitmapToVPBuffer(*vp, logo.get(), &buf, Area(5, 2, 7, 3), false)) << "ending on the last column";
+  EXPECT_FALSE(DrawBitmapToVPBuffer(*vp, logo.get(), &buf, Area(6, 2, 8, 3), false)) << "one beyond";
+  EXPECT_FALSE(DrawBitmapToVPBuffer(*vp, logo.get(), &buf, Area(-1, 0, 1, 1), false));
+  EXPECT_FALSE(DrawBitmapToVPBuffer(*vp, logo.get(), nullptr, Area(0, 0, 1, 1), false));
+  Bitmap empty(BaseBitmap::Alloc());
+  EXPECT_FALSE(DrawBitmapToVPBuffer(*vp, empty.get(), &buf, Area(0, 0, 1, 1), false));
+
+  TestBuffer rgb(8, 4, 32, 3);
+  EXPECT_FALSE(DrawBitmapToVPBuffer(*vp, logo.get(), &rgb, Area(0, 0, 1, 1), false));
+  EXPECT_TRUE(host::App().console.Contains(String("OrlixCamVP::DrawBitmapToVPBuffer() Invalid buffer Bt 32 cpp 3")));
+}
+
+TEST_F(Overlays, ScalingHappensOnceAndOnlyWhenTheSizeDiffers)
+{
+  TestBuffer buf(16, 16);
+  Bitmap exact = Solid(4, 4, 255, 0, 0);
+  exact->SetPixel(1, 1, 0, 255, 0);
+  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, exact.get(), &buf, Area(0, 0, 3, 3), true));
+  UInt16 r, g, b;
+  exact->GetPixel(1, 1, &r, &g, &b);
+  EXPECT_EQ(g, 255) << "a source of the area's size is drawn as it is";
+
+  Bitmap small = Solid(2, 2, 255, 255, 255, 255);
+  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, small.get(), &buf, Area(4, 4, 11, 9), false));
+  EXPECT_EQ(small->GetBw(), 2) << "without keepScaled the source stays";
+  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, small.get(), &buf, Area(4, 4, 11, 9), true));
+  EXPECT_EQ(small->GetBw(), 8);
+  EXPECT_EQ(small->GetBh(), 6);
+  EXPECT_NE(small->GetInternalChannel(), nullptr) << "the scaled picture keeps its alpha channel";
+  EXPECT_FLOAT_EQ(buf.At(11, 9)[0], 1.0f);
+}
+
+TEST_F(Overlays, LogoCornerOfAWideDomeGrowsToTheLeft)
+{
+  // A mono dome at 2:1, 2000 × 1000: the corner is 147 wide, the logo's area twice that plus one.
+  TestBuffer buf(2000, 1000);
+  BufferRender render(&buf);
+  VideoPostStruct vps;
+  vps.render = &render;
+  vp->activeArea = Area(0, 0, 1999, 999);
+  vp->domeDiameter = 1000;
+  vp->logoInset = 500.0 - std::sin(0.25 * 3.14159265358979323846) * 500.0;
+  vp->logoCorner = Area(1999 - vp->logoInset, 999 - vp->logoInset, 1999, 999);
+  ASSERT_EQ(vp->logoCorner.width, 147);
+  vp->logoMode = 1;
+  ASSERT_NE(vp->logoBitmap, nullptr);
+  ASSERT_TRUE(Solid(10, 10, 255, 255, 255)->CopyTo(vp->logoBitmap));
+  vp->maskMode = 0;
+  EXPECT_EQ(DrawOverlays(*vp, &vps), RENDERRESULT_OK);
+  EXPECT_EQ(vp->logoBitmap->GetBw(), 295) << "start.x lies 147 × 2 left of end.x";
+  EXPECT_EQ(vp->logoBitmap->GetBh(), 148);
+  EXPECT_FLOAT_EQ(buf.At(1999 - 294, 999)[0], 1.0f);
+  EXPECT_FLOAT_EQ(buf.At(1999 - 295, 999)[0], 0.0f);
+
+  vps.render = nullptr;
+  EXPECT_EQ(DrawOverlays(*vp, &vps), RENDERRESULT_OUTOFMEMORY) << "no RGBA buffer";
+  vp->logoMode = 2;
+  EXPECT_EQ(DrawOverlays(*vp, &vps), RENDERRESULT_OK) << "nothing to draw needs no buffer";
+}
+
+TEST_F(Overlays, TechnicalBlockLines)
+{
+  vp->activeArea = Area(0, 0, 1999, 999);
+  vp->fps = 24.0;
+  vp->docMinTime = BaseTime(0.0, 1.0);
+  vp->docMaxTime = BaseTime(10.0, 1.0);
+  const std::vector<String> lines = SlateTechnicalLines(*vp);
+  ASSERT_EQ(lines.size(), 6u);
+  EXPECT_EQ(lines[0], String("<Document>")) << "a document without a name";
+  EXPECT_EQ(lines[1], String("Resolution: 2000 x 1000"));
+  EXPECT_EQ(lines[2], String("Total Time: 000:10.00"));
+  EXPECT_EQ(lines[3], String("Total Frames: 000241"));
+  EXPECT_EQ(lines[4], String("Frame Rate: 24.00"));
+  vp->documentName = Filename("/scenes/show/Opening.json");
+  EXPECT_EQ(SlateTechnicalLines(*vp)[0], String("Opening.json")) << "the file part of the name";
+}
+
+TEST_F(Overlays, SlateTextLandsInTheCornersAsWhiteCoverage)
+{
+  // A dome of 2000: the margin is 9, not 10.
+  const Int32 D = 2000;
+  TestBuffer buf(D, D);
+  BufferRender render(&buf);
+  VideoPostStruct vps;
+  vps.render = &render;
+  vp->activeArea = Area(0, 0, D - 1, D - 1);
+  vp->domeDiameter = D;
+  vp->logoInset = 1000.0 - std::sin(0.25 * 3.14159265358979323846) * 1000.0;
+  vp->logoCorner = Area(D - 1 - vp->logoInset, D - 1 - vp->logoInset, D - 1, D - 1);
+  vp->logoMode = 2;
+  vp->maskMode = 0;
+  vp->showSlateText = vp->showInfo = vp->showTimecode = vp->showFrameNumber = true;
+  vp->slateText = String("Title\nSecond line");
+  vp->slateTextSize = 1.0;
+  vp->fps = 25.0;
+  vp->frameTime = BaseTime(2.0, 1.0);
+  vp->docMaxTime = BaseTime(4.0, 1.0);
+  ASSERT_EQ(DrawOverlays(*vp, &vps), RENDERRESULT_OK);
+  auto covered = [&](Int32 x0, Int32 y0, Int32 x1, Int32 y1) {
+    Int32 n = 0;
+    for (Int32 y = y0; y < y1; ++y)
+      for (Int32 x = x0; x < x1; ++x)
+        if (buf.At(x, y)[3] > 0.5f)
+        {
+          EXPECT_GT(buf.At(x, y)[0], 0.5f) << "text is white where it covers";
+          ++n;
+        }
+    return n;
+  };
+  EXPECT_GT(covered(0, 0, 300, 60), 50) << "title, top left";
+  EXPECT_GT(covered(D - 300, 0, D, 140), 50) << "technical block, top right";
+  EXPECT_GT(covered(0, D - 200, 400, D), 50) << "frame number and timecode, bottom left";
+  EXPECT_EQ(covered(500, 500, 1500, 1500), 0) << "nothing in the middle";
+  EXPECT_EQ(covered(0, 0, 9, D), 0) << "the left margin of 9 stays free";
+  EXPECT_EQ(covered(0, 0, D, 9), 0) << "and the top margin";
+  EXPECT_GT(covered(9, 9, 13, 40), 0) << "the title starts right at the margin";
+}
