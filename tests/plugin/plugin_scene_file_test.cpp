@@ -275,6 +275,10 @@ TEST_F(SceneFile, BadInputNamesThePlaceAndTheProblem)
      "/objects/0/tags/0/params/ORLIXTAG_NOPE", "has no parameter ORLIXTAG_NOPE"},
     {"{\"format\": \"orlixcam-scene/1\", \"objects\": [{\"type\": \"camera\", \"tags\": [{\"type\": \"Sticker\"}]}]}",
      "/objects/0/tags/0/type", "unknown tag type \"Sticker\""},
+    // Found by fuzzing: a bad knot once left its shader behind.
+    {"{\"format\": \"orlixcam-scene/1\", \"objects\": [{\"type\": \"camera\", \"tags\": [{\"type\": \"OrlixTag\", "
+     "\"params\": {\"ORLIXTAG_SEPARATION_MAP\": {\"shader\": \"gradient\", \"knots\": [[0, [0, 0, 0]], [\"x\", [1, 1, 1]]]}}}]}]}",
+     "/objects/0/tags/0/params/ORLIXTAG_SEPARATION_MAP/knots/1/0", "expected a number, found a string"},
     {"{\"format\": \"orlixcam-scene/1\", \"views\": {\"render\": {\"camera\": \"Ghost\"}}}", "/views/render/camera",
      "no object is named \"Ghost\""},
     {"{\"format\": \"orlixcam-scene/1\", \"objects\": [{\"type\": \"sphere\", \"name\": \"S\"}], "

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <limits>
+#include <memory>
 
 #include "c4d_resource.h"
 #include "c4d_shader.h"
@@ -224,12 +225,16 @@ void CheckRange(Float shown, const BaseContainer& settings, const std::string& p
                  " to " + (hi ? Number(hi->GetFloat()) : std::string("inf")) + unit);
 }
 
+struct ShaderFree
+{
+  void operator()(BaseShader* sh) const { BaseShader::Free(sh); }
+};
+
 BaseShader* ReadShader(const Json& v, const std::string& path, const std::string& folder)
 {
   if (!v.is_object() || !v.contains("shader"))
     Fail(path, "a shader is an object with \"shader\": \"color\", \"gradient\" or \"picture\"");
   const std::string kind = ReadString(v["shader"], path + "/shader");
-  BaseShader* sh = nullptr;
   auto allow = [&](std::initializer_list<const char*> keys) {
     for (auto it = v.begin(); it != v.end(); ++it)
     {
@@ -237,16 +242,15 @@ BaseShader* ReadShader(const Json& v, const std::string& path, const std::string
       for (const char* k : keys)
         known = known || it.key() == k;
       if (!known)
-      {
-        BaseShader::Free(sh);
         Fail(path + "/" + it.key(), "unknown key for a " + kind + " shader");
-      }
     }
   };
+  // Owned until it is complete: any value below may turn out bad.
+  std::unique_ptr<BaseShader, ShaderFree> sh;
   if (kind == "color")
   {
-    sh = BaseShader::Alloc(Xcolor);
     allow({"color", "brightness"});
+    sh.reset(BaseShader::Alloc(Xcolor));
     if (v.contains("color"))
       sh->GetDataInstance()->SetVector(COLORSHADER_COLOR, ReadColor(v["color"], path + "/color"));
     if (v.contains("brightness"))
@@ -254,50 +258,40 @@ BaseShader* ReadShader(const Json& v, const std::string& path, const std::string
   }
   else if (kind == "picture")
   {
-    sh = BaseShader::Alloc(Xbitmap);
     allow({"file"});
     if (!v.contains("file"))
-    {
-      BaseShader::Free(sh);
       Fail(path, "a picture shader needs \"file\"");
-    }
     const std::string file = ResolvePath(ReadString(v["file"], path + "/file"), folder);
     if (!std::filesystem::is_regular_file(file))
-    {
-      BaseShader::Free(sh);
       Fail(path + "/file", "picture \"" + file + "\" not found");
-    }
+    sh.reset(BaseShader::Alloc(Xbitmap));
     sh->GetDataInstance()->SetFilename(BITMAPSHADER_FILENAME, Filename(file.c_str()));
   }
   else if (kind == "gradient")
   {
-    sh = BaseShader::Alloc(Xgradient);
     allow({"knots"});
     if (!v.contains("knots") || !v["knots"].is_array() || v["knots"].size() < 2)
-    {
-      BaseShader::Free(sh);
       Fail(path + "/knots", "a gradient needs \"knots\": at least two [position, [r, g, b]]");
-    }
     BaseContainer knots;
     Int32 n = 0;
     for (const Json& k : v["knots"])
     {
       const std::string kp = path + "/knots/" + std::to_string(n);
       if (!k.is_array() || k.size() != 2)
-      {
-        BaseShader::Free(sh);
         Fail(kp, "a knot is [position, [r, g, b]]");
-      }
       BaseContainer knot;
       knot.SetFloat(GRADIENTKNOT_POSITION, ReadNumber(k[0], kp + "/0"));
       knot.SetVector(GRADIENTKNOT_COLOR, ReadColor(k[1], kp + "/1"));
       knots.SetContainer(n++, knot);
     }
+    sh.reset(BaseShader::Alloc(Xgradient));
     sh->GetDataInstance()->SetContainer(GRADIENTSHADER_KNOTS, knots);
   }
   else
     Fail(path + "/shader", "unknown shader \"" + kind + "\" (color, gradient or picture)");
-  return sh;
+  if (!sh)
+    Fail(path, "the shader could not be made");
+  return sh.release();
 }
 
 Json WriteShader(const BaseShader* sh, const std::string& folder)
