@@ -2,6 +2,7 @@
 // bytes, and whole frames of a sky-only scene through each lens with the plug-in started.
 #include <benchmark/benchmark.h>
 
+#include <cmath>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -243,8 +244,78 @@ void BM_ExecutePixel(benchmark::State& st)
                                                benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
   delete vp;
 }
+// An RGBA float frame that the overlay stage draws into.
+class FrameBuffer : public VPBuffer
+{
+public:
+  FrameBuffer(Int32 w, Int32 h) : width(w), height(h), px(size_t(w) * h * 4, 0.25f) {}
+  Int32 GetInfo(Int32 type) const override
+  {
+    return type == VPGETINFO_XRESOLUTION ? width : type == VPGETINFO_YRESOLUTION ? height : type == VPGETINFO_BITDEPTH ? 32 : 4;
+  }
+  Bool GetLine(Int32 x, Int32 y, Int32 cnt, void* data, Int32, Bool) const override
+  {
+    std::memcpy(data, &px[(size_t(y) * width + x) * 4], size_t(cnt) * 16);
+    return true;
+  }
+  Bool SetLine(Int32 x, Int32 y, Int32 cnt, const void* data, Int32, Bool) override
+  {
+    std::memcpy(&px[(size_t(y) * width + x) * 4], data, size_t(cnt) * 16);
+    return true;
+  }
+  Int32 width, height;
+  std::vector<Float32> px;
+};
+
+class FrameRender : public Render
+{
+public:
+  explicit FrameRender(VPBuffer* b) : buffer(b) {}
+  VPBuffer* GetBuffer(Int32, Int32) override { return buffer; }
+  BaseContainer GetRenderData() const override { return BaseContainer(); }
+  void SetRenderData(const BaseContainer&) override {}
+  VPBuffer* buffer;
+};
+
+// The overlay stage of one image of a 4096 × 4096 dome with every layer: a mask over the whole
+// frame, the logo with its caption, the title, the technical block, timecode and frame number.
+void BM_DrawOverlays4096(benchmark::State& st)
+{
+  SkyScene scene;
+  auto* vp = static_cast<OrlixCamVP*>(OrlixCamVP::Alloc());
+  const Int32 size = 4096;
+  LensArea area;
+  area.end = Vector(size - 1, size - 1, 0);
+  UpdateArea(area);
+  vp->activeArea = area;
+  vp->domeDiameter = size;
+  vp->logoInset = size * 0.5 - std::sin(0.25 * 3.14159265358979323846) * size * 0.5;
+  vp->logoCorner.start = Vector(size - 1 - vp->logoInset, size - 1 - vp->logoInset, 0);
+  vp->logoCorner.end = area.end;
+  UpdateArea(vp->logoCorner);
+  vp->maskMode = 1;
+  vp->logoMode = 0;
+  vp->showInfo = vp->showSlateText = vp->showTimecode = vp->showFrameNumber = true;
+  vp->slateText = String("Benchmark\nSecond line");
+  vp->slateTextSize = 1.0;
+  vp->fps = 30.0;
+  vp->docMaxTime = BaseTime(10.0, 1.0);
+  vp->frameTime = BaseTime(1.0, 1.0);
+  // Pictures already at their size, as from the second image of a render on.
+  vp->maskBitmap->Init(size, size, 32);
+  vp->maskBitmap->AddChannel(true, false);
+  vp->logoBitmap->Init(vp->logoCorner.width, vp->logoCorner.height, 32);
+  FrameBuffer buffer(size, size);
+  FrameRender render(&buffer);
+  VideoPostStruct vps;
+  vps.render = &render;
+  for (auto _ : st)
+    benchmark::DoNotOptimize(DrawOverlays(*vp, &vps));
+  delete vp;
+}
 } // namespace
 
+BENCHMARK(BM_DrawOverlays4096)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_RenderStart12)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_ExecutePixel)->Arg(0)->Arg(1)->ArgName("preview")->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_MergeFrame)->Arg(2)->Arg(6)->Arg(12)->Unit(benchmark::kMillisecond);
