@@ -549,20 +549,25 @@ void RenderLoop::TraceTile(Int64 tile)
   const Int32 x1 = std::min(x0 + kTileSize, width), y1 = std::min(y0 + kTileSize, height);
   const size_t sampleCount = offsets.size();
   VideoPostData* const lensData = lens ? lens->data : nullptr;
+  // The ray through image position (sx, sy): the lens's, or the host's own pinhole's.
+  auto shoot = [&](Float sx, Float sy) {
+    Ray ray;
+    if (lensData)
+      lensData->CreateRay(&ray, sx, sy);
+    else
+    {
+      ray.p = pinhole.origin;
+      ray.v = pinhole.Direction(sx, sy);
+    }
+    return ray;
+  };
 
   if (options.directionPass)
   {
     for (Int32 y = y0; y < y1; ++y)
       for (Int32 x = x0; x < x1; ++x)
       {
-        Ray ray;
-        if (lensData)
-          lensData->CreateRay(&ray, x, y);
-        else
-        {
-          ray.p = pinhole.origin;
-          ray.v = pinhole.Direction(x, y);
-        }
+        const Ray ray = shoot(x, y);
         const Float len2 = ray.v.GetSquaredLength();
         const Bool valid = len2 > 0.0 && std::isfinite(len2);
         const Vector d = valid ? ray.v / std::sqrt(len2) : Vector();
@@ -581,15 +586,7 @@ void RenderLoop::TraceTile(Int64 tile)
       Float32 r = 0.0f, g = 0.0f, b = 0.0f, a = 0.0f;
       for (size_t s = 0; s < sampleCount; ++s)
       {
-        const Float sx = x + offsets[s].first, sy = y + offsets[s].second;
-        Ray ray;
-        if (lensData)
-          lensData->CreateRay(&ray, sx, sy);
-        else
-        {
-          ray.p = pinhole.origin;
-          ray.v = pinhole.Direction(sx, sy);
-        }
+        const Ray ray = shoot(x + offsets[s].first, y + offsets[s].second);
         // A ray without a direction (or a broken one) sees nothing: black, uncovered.
         const Float len2 = ray.v.GetSquaredLength();
         if (!(len2 > 0.0) || !std::isfinite(len2) || !std::isfinite(ray.p.GetSquaredLength()))
