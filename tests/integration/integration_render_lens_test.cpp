@@ -357,3 +357,18 @@ TEST_F(LensRender, DomeSlateFillsTheCornersAndLeavesTheCircleAlone)
   Render(1024, 1024, true);
   EXPECT_EQ(differsIn(*preview, *picture, 0, 0, 1024, 1024), 0);
 }
+
+TEST_F(LensRender, MissingLogoAndMaskPicturesLeaveTheRenderGoing)
+{
+  Render(128, 128);
+  const Px centre = At(64, 64);
+  VP().SetBool(ORLIXVP_SLATE, true);
+  VP().SetInt32(ORLIXVP_LOGO_MODE, 1);
+  VP().SetFilename(ORLIXVP_LOGO_FILE, Filename("/nonexistent/logo.png"));
+  VP().SetInt32(ORLIXVP_MASK_MODE, 1);
+  VP().SetFilename(ORLIXVP_MASK_FILE, Filename("/nonexistent/mask.png"));
+  Render(128, 128);
+  EXPECT_EQ(At(64, 64).r, centre.r) << "the picture renders as before";
+  EXPECT_TRUE(Black(At(127, 127))) << "no logo, and the missing mask falls back to black corners";
+  EXPECT_TRUE(Black(At(3, 30))) << "outside the circle, away from the slate's text";
+}
