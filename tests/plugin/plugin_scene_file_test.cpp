@@ -250,6 +250,8 @@ TEST_F(SceneFile, BadInputNamesThePlaceAndTheProblem)
   } cases[] = {
     {"{\"format\": \"orlixcam-scene/1\",\n \"name\": }", "", "malformed JSON: parse error at line 2, column"},
     {"{\"name\": \"x\"}", "/format", "missing"},
+    // Found by fuzzing: a number beyond a double's range once ended the program.
+    {"{\"format\": \"orlixcam-scene/1\", \"fps\": 1e999}", "", "malformed JSON: number overflow parsing '1e999'"},
     {"{\"format\": \"other/2\"}", "/format", "is not a format this program reads"},
     {"{\"format\": \"orlixcam-scene/1\", \"colour\": 1}", "/colour", "unknown key for a scene"},
     {"{\"format\": \"orlixcam-scene/1\", \"objects\": [{\"type\": \"teapot\"}]}", "/objects/0/type", "unknown object type \"teapot\""},

@@ -941,12 +941,13 @@ BaseDocument* LoadScene(const std::string& file, SceneError* error)
   {
     root = Json::parse(text.str());
   }
-  catch (const Json::parse_error& e)
+  catch (const Json::exception& e)
   {
-    // "[json.exception.parse_error.101] parse error at line 3, column 5: ..." without its tag.
-    std::string what = e.what();
-    const std::string::size_type at = what.find("parse error");
-    err.problem = "malformed JSON: " + (at == std::string::npos ? what : what.substr(at));
+    // "[json.exception.parse_error.101] parse error at line 3, column 5: ..." without its tag;
+    // a number beyond a double's range comes as an out_of_range error.
+    const std::string what = e.what();
+    const std::string::size_type tag = what.find("] ");
+    err.problem = "malformed JSON: " + (tag == std::string::npos ? what : what.substr(tag + 2));
     return nullptr;
   }
 
@@ -1068,6 +1069,11 @@ bool ParseParameterValue(BaseList2D* node, Int32 id, const std::string& jsonText
   {
     // A bare word is a string (a file name, a text, a cycle's symbol).
     v = jsonText;
+  }
+  catch (const Json::exception& e)
+  {
+    *problem = e.what();
+    return false;
   }
   try
   {
