@@ -24,7 +24,7 @@ if [ "$all" -eq 1 ]; then
   scenes=("$root"/Examples/*.json)
 else
   scenes=()
-  for name in fulldome fisheye little_planet panorama cylinder cubemap_cross stereo_anaglyph_dome stereo_panorama_tb; do
+  for name in fulldome fisheye little_planet panorama cylinder cubemap_cross stereo_anaglyph_dome stereo_panorama_tb dome_slate; do
     scenes+=("$root/Examples/$name.json")
   done
 fi

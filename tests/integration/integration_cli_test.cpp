@@ -140,6 +140,37 @@ TEST_F(Cli, BadInputStopsWithExitCode2AndWritesNothing)
   EXPECT_EQ(Files(), (std::vector<std::string>{"broken.json", "good.json", "zero.json"}));
 }
 
+TEST_F(Cli, EveryExampleSceneRenders)
+{
+  // One scene for each capability the examples promise; each must load and render, here small.
+  const fs::path examples = fs::path(ORLIX_SOURCE_DIR) / "Examples";
+  for (const char* name : {"fulldome", "fisheye", "little_planet", "panorama", "panorama_custom", "cylinder",
+                           "cubemap_cross", "cubemap_strip", "cubemap_face", "stereo_anaglyph_dome",
+                           "stereo_panorama_tb", "stereo_cubemap_sbs", "dome_slate", "separation_map"})
+    EXPECT_TRUE(fs::exists(examples / (std::string(name) + ".json"))) << "no example " << name;
+
+  int rendered = 0;
+  for (const auto& entry : fs::directory_iterator(examples))
+  {
+    if (entry.path().extension() != ".json")
+      continue;
+    const std::string before = Read(entry.path());
+    const fs::path out = dir / (entry.path().stem().string() + ".png");
+    const Outcome r = Orlixcam("render " + entry.path().string() + " -o " + out.string() +
+                               " --width 96 --height 48 --samples 1");
+    ++rendered;
+    EXPECT_EQ(r.code, 0) << entry.path() << "\n" << r.err;
+    EXPECT_EQ(Read(entry.path()), before) << entry.path() << " was changed by rendering it";
+    const Picture p = Load(out);
+    ASSERT_EQ(p.width, 96) << entry.path();
+    ASSERT_EQ(p.height, 48) << entry.path();
+    // Sky and geometry make a picture with contrast; a blank frame means nothing was shot.
+    const auto [lo, hi] = std::minmax_element(p.px.begin(), p.px.end());
+    EXPECT_GT(*hi - *lo, 0.3f) << entry.path() << " rendered a flat picture";
+  }
+  EXPECT_GE(rendered, 14);
+}
+
 TEST_F(Cli, FramesAreNumberedAndSetChangesTheRender)
 {
   const std::string scene = Scene("s.json", LensScene("\"ORLIXTAG_LENS\": 1", 8, 8));
@@ -268,7 +299,16 @@ TEST_F(Cli, InfoParamsAndHelp)
   const Outcome help = Orlixcam("render --help");
   EXPECT_EQ(help.code, 0);
   EXPECT_NE(help.out.find("--pass"), std::string::npos);
-  EXPECT_NE(help.out.find("Example"), std::string::npos);
+  for (const char* command : {"render", "info", "params"})
+  {
+    const Outcome h = Orlixcam(std::string(command) + " --help");
+    EXPECT_EQ(h.code, 0) << command << " --help\n" << h.err;
+    EXPECT_NE(h.out.find(std::string("Example:\n  orlixcam ") + command), std::string::npos)
+      << command << " --help shows no example of itself:\n" << h.out;
+  }
+  const Outcome version = Orlixcam("--version");
+  EXPECT_EQ(version.code, 0);
+  EXPECT_EQ(version.out, std::string("orlixcam ") + ORLIX_PROJECT_VERSION + "\n") << "the project's version";
   const Outcome none = Orlixcam("");
   EXPECT_EQ(none.code, 2) << "a command is required";
   const Outcome plugins = Orlixcam("--plugins " + dir.string() + " params");

@@ -353,7 +353,7 @@ TEST_F(SceneFile, TheDocumentedExampleLoads)
   ASSERT_NE(start, std::string::npos);
   const std::string::size_type end = text.find("```", start + 8);
   ASSERT_NE(end, std::string::npos);
-  fs::copy_file(std::string(ORLIX_SOURCE_DIR) + "/Examples/sky.png", dir / "sky.png", fs::copy_options::overwrite_existing);
+  fs::copy_file(std::string(ORLIX_SOURCE_DIR) + "/tests/host/fixtures/scenes/sky.png", dir / "sky.png", fs::copy_options::overwrite_existing);
   Write("statue.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
   host::scene::SceneError error;
   BaseDocument* d = Load(text.substr(start + 8, end - start - 8), &error);
@@ -378,4 +378,84 @@ TEST_F(SceneFile, EveryDefaultSurvivesSavingAndLoading)
   EXPECT_TRUE(*back->GetActiveRenderData()->GetFirstVideoPost()->GetDataInstance() ==
               *doc->GetActiveRenderData()->GetFirstVideoPost()->GetDataInstance());
   BaseDocument::Free(back);
+}
+
+TEST_F(SceneFile, TheExampleFixtureIsTheDocumentedOneAndSurvivesARoundTrip)
+{
+  // tests/host/fixtures/scenes/dome-demo.json is the documentation's complete example, with the
+  // picture and mesh it names beside it.
+  const std::string fixtures = std::string(ORLIX_SOURCE_DIR) + "/tests/host/fixtures/scenes/";
+  std::ifstream docFile(std::string(ORLIX_SOURCE_DIR) + "/docs/scene-format.md");
+  const std::string doc_text((std::istreambuf_iterator<char>(docFile)), {});
+  const std::string::size_type start = doc_text.find("```json\n");
+  ASSERT_NE(start, std::string::npos);
+  const std::string::size_type end = doc_text.find("```", start + 8);
+  std::ifstream fixtureFile(fixtures + "dome-demo.json");
+  const std::string fixture((std::istreambuf_iterator<char>(fixtureFile)), {});
+  EXPECT_EQ(fixture, doc_text.substr(start + 8, end - start - 8)) << "the fixture and the documented example differ";
+
+  host::scene::SceneError error;
+  BaseDocument* d = host::scene::LoadScene(fixtures + "dome-demo.json", &error);
+  ASSERT_NE(d, nullptr) << error.Message();
+  EXPECT_EQ(d->GetFps(), 25);
+  EXPECT_DOUBLE_EQ(d->GetMaxTime().Get(), 4.0);
+  EXPECT_EQ(d->GetActiveRenderData()->GetDataInstance()->GetInt32(RDATA_XRES), 1024);
+  BaseVideoPost* vp = d->GetActiveRenderData()->GetFirstVideoPost();
+  ASSERT_NE(vp, nullptr);
+  EXPECT_EQ(vp->GetDataInstance()->GetString(ORLIXVP_TEXT), String("Dome demo, take 3"));
+  EXPECT_TRUE(vp->GetDataInstance()->GetBool(ORLIXVP_SLATE));
+  BaseObject* cam = d->SearchObject(String("Dome Camera"));
+  ASSERT_NE(cam, nullptr);
+  ASSERT_NE(cam->GetFirstTag(), nullptr);
+  EXPECT_EQ(cam->GetFirstTag()->GetDataInstance()->GetInt32(ORLIXTAG_LENS), 1);
+  EXPECT_NEAR(cam->GetFirstTag()->GetDataInstance()->GetFloat(ORLIXTAG_DOME_FOV), 3.14159265358979323846, 1e-15);
+  auto* statue = static_cast<PolygonObject*>(d->SearchObject(String("Statue")));
+  ASSERT_NE(statue, nullptr);
+  EXPECT_EQ(statue->GetPointCount(), 5);
+  EXPECT_EQ(statue->GetPolygonCount(), 5);
+  EXPECT_EQ(statue->GetUp(), d->SearchObject(String("Ring")));
+
+  const std::string saved = (dir / "dome-demo.json").string();
+  fs::copy_file(fixtures + "sky.png", dir / "sky.png", fs::copy_options::overwrite_existing);
+  fs::copy_file(fixtures + "statue.obj", dir / "statue.obj");
+  ASSERT_TRUE(host::scene::SaveScene(d, saved, &error)) << error.Message();
+  BaseDocument* back = host::scene::LoadScene(saved, &error);
+  ASSERT_NE(back, nullptr) << error.Message();
+  int compared = 0;
+  ExpectSameObjects(d->GetFirstObject(), back->GetFirstObject(), d, back, compared);
+  EXPECT_EQ(compared, 8);
+  EXPECT_TRUE(*back->GetActiveRenderData()->GetFirstVideoPost()->GetDataInstance() == *vp->GetDataInstance());
+  BaseDocument::Free(back);
+  BaseDocument::Free(d);
+}
+
+TEST_F(SceneFile, SymbolsIdsAndDegreesNameTheSameValues)
+{
+  // The same tag written three ways: by symbol with degrees, by decimal id with radians, and
+  // with the value's own symbol.
+  const char* ways[] = {
+    R"({"ORLIXTAG_LENS": 1, "ORLIXTAG_DOME_FOV": {"deg": 180}, "ORLIXTAG_STEREO": true})",
+    R"({"1006": 1, "1008": 3.141592653589793, "ORLIXTAG_STEREO": 1})",
+    R"({"ORLIXTAG_LENS": "ORLIXTAG_LENS_DOME", "ORLIXTAG_DOME_FOV": {"deg": 180}, "ORLIXTAG_STEREO": true})",
+  };
+  ASSERT_EQ(ORLIXTAG_LENS, 1006);
+  ASSERT_EQ(ORLIXTAG_DOME_FOV, 1008);
+  BaseContainer first;
+  for (int i = 0; i < 3; ++i)
+  {
+    const std::string text = std::string(R"({"format": "orlixcam-scene/1", "objects": [{"type": "camera", "tags": [)"
+                                         R"({"type": "OrlixTag", "params": )") + ways[i] + "}]}]}";
+    host::scene::SceneError error;
+    BaseDocument* d = Load(text, &error);
+    ASSERT_NE(d, nullptr) << text << "\n" << error.Message();
+    const BaseContainer* tag = d->GetFirstObject()->GetFirstTag()->GetDataInstance();
+    EXPECT_EQ(tag->GetInt32(ORLIXTAG_LENS), ORLIXTAG_LENS_DOME) << text;
+    EXPECT_NEAR(tag->GetFloat(ORLIXTAG_DOME_FOV), 3.14159265358979323846, 1e-15) << text;
+    EXPECT_TRUE(tag->GetBool(ORLIXTAG_STEREO)) << text;
+    if (i == 0)
+      first = *tag;
+    else
+      EXPECT_TRUE(*tag == first) << "differs from the first way: " << text;
+    BaseDocument::Free(d);
+  }
 }

@@ -86,18 +86,14 @@ private:
   BaseTime time;
 };
 
-// Out of line so that ThreadSanitizer reports can name it: Embree's worker threads later read the
-// device's settings, and the hand-over happens inside Embree and TBB, out of the sanitizer's sight.
-__attribute__((noinline)) RTCDevice NewEmbreeDevice(Int32 threads)
-{
-  const std::string config = threads > 0 ? "threads=" + std::to_string(threads) : std::string();
-  return rtcNewDevice(config.empty() ? nullptr : config.c_str());
-}
-
 class EmbreeDevice
 {
 public:
-  explicit EmbreeDevice(Int32 threads) : device(NewEmbreeDevice(threads)) {}
+  explicit EmbreeDevice(Int32 threads)
+  {
+    const std::string config = threads > 0 ? "threads=" + std::to_string(threads) : std::string();
+    device = rtcNewDevice(config.empty() ? nullptr : config.c_str());
+  }
   ~EmbreeDevice()
   {
     if (device)

@@ -33,6 +33,9 @@ constexpr Int32 kObjectRotation = 1401;
 constexpr Int32 kObjectScale = 1402;
 // Render sizes beyond this are a typing error rather than a picture anyone renders.
 constexpr Int32 kMaxRenderSide = 65536;
+// A frame's float buffers take 16 bytes a pixel, and a lens may render several images a frame;
+// 2^28 pixels (4 GiB a buffer) is beyond any picture this program is meant for.
+constexpr Int64 kMaxRenderPixels = Int64(1) << 28;
 
 std::string Str(const String& s)
 {
@@ -173,6 +176,9 @@ void Loader::Render(const Json& v, const std::string& path)
   BaseContainer* rd = doc->GetActiveRenderData()->GetDataInstance();
   const Int32 w = v.contains("width") ? ReadInt(v["width"], path + "/width", 1, kMaxRenderSide) : rd->GetInt32(RDATA_XRES);
   const Int32 h = v.contains("height") ? ReadInt(v["height"], path + "/height", 1, kMaxRenderSide) : rd->GetInt32(RDATA_YRES);
+  if (Int64(w) * h > kMaxRenderPixels)
+    Fail(path, "a frame of " + std::to_string(w) + " x " + std::to_string(h) + " pixels is too large for memory (at most " +
+                   std::to_string(kMaxRenderPixels) + " pixels)");
   rd->SetInt32(RDATA_XRES, w);
   rd->SetInt32(RDATA_YRES, h);
   if (v.contains("fps"))
@@ -490,6 +496,18 @@ BaseObject* Loader::Mesh(const Json& v, const std::string& path)
                                  std::to_string(int(n)) + " corners; this host takes triangles and quads");
         }
         const tinyobj::index_t* idx = &s.mesh.indices[at];
+        for (unsigned char c = 0; c < n; ++c)
+        {
+          const bool badPoint = idx[c].vertex_index < 0 || size_t(idx[c].vertex_index) >= pointCount;
+          const bool badUV = idx[c].texcoord_index >= 0 && size_t(idx[c].texcoord_index) >= attrib.texcoords.size() / 2;
+          if (badPoint || badUV)
+          {
+            BaseObject* op = mesh;
+            BaseObject::Free(op);
+            Fail(path + "/file", "OBJ file \"" + file + "\": polygon " + std::to_string(f) + " names a " +
+                                   (badPoint ? "point" : "texture coordinate") + " the file does not hold");
+          }
+        }
         // OBJ winds counter-clockwise seen from the front in a right-handed frame; mirrored into
         // this left-handed one the same order faces the same way.
         CPolygon& poly = mesh->GetPolygonW()[f];
