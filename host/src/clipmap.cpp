@@ -178,7 +178,7 @@ void GeClipMap::TextAt(Int32 x, Int32 y, const String& text)
     return;
   const Int32 w = bmp->GetBw(), h = bmp->GetBh();
   const Int32 baseline = y + static_cast<Int32>((impl->face->size->metrics.ascender + 63) >> 6);
-  FT_Pos penX = static_cast<FT_Pos>(x) << 6;
+  FT_Pos penX = static_cast<FT_Pos>(x) * 64; // 26.6 fixed point; x may be negative
   impl->line.resize(static_cast<size_t>(w) * 4u);
   for (FT_ULong cp : CodePoints(text.GetStdString()))
   {

@@ -13,7 +13,7 @@ namespace
 /// Frames of `t` at `fps`, as the slate counts them.
 Int32 FrameOf(const BaseTime& t, Float fps)
 {
-  return static_cast<Int32>(std::floor(fps * t.GetNumerator()) / std::floor(t.GetDenominator()));
+  return TruncateToInt32(std::floor(fps * t.GetNumerator()) / std::floor(t.GetDenominator()));
 }
 
 struct ClipMapFree
@@ -40,7 +40,9 @@ std::vector<String> SlateTechnicalLines(const OrlixCamVP& s)
                          s.docMaxTime.GetDenominator() * s.docMinTime.GetNumerator(),
                        s.docMinTime.GetDenominator() * s.docMaxTime.GetDenominator());
   lines.push_back(String("Total Time: " + FormatTimecode(total, s.fps)));
-  lines.push_back(String("Total Frames: " + FormatFrameNumber(FrameOf(s.docMaxTime, s.fps) - FrameOf(s.docMinTime, s.fps) + 1)));
+  // In 64 bits: time settings may hold anything, and the count of a huge range is held at the end.
+  const Int64 frames = Int64(FrameOf(s.docMaxTime, s.fps)) - Int64(FrameOf(s.docMinTime, s.fps)) + 1;
+  lines.push_back(String("Total Frames: " + FormatFrameNumber(TruncateToInt32(static_cast<Float>(frames)))));
   std::snprintf(text, sizeof text, "Frame Rate: %.2f", s.fps);
   lines.push_back(String(text));
   lines.push_back(String(FormatDateTime()));
@@ -105,7 +107,7 @@ BaseBitmap* DrawSlate(const OrlixCamVP& s)
     map->SetFont(&system, d / 75.0);
     const String caption("Orlix Cam");
     const Int32 w = map->GetTextWidth(caption), h = map->GetTextHeight();
-    map->TextAt(static_cast<Int32>((s.logoInset - w) * 0.5 + (d - s.logoInset)), D - h - margin, caption);
+    map->TextAt(TruncateToInt32((s.logoInset - w) * 0.5 + (d - s.logoInset)), D - h - margin, caption);
   }
   map->EndDraw();
 
@@ -139,16 +141,19 @@ Bool DrawBitmapToVPBuffer(OrlixCamVP& /*state*/, BaseBitmap* source, VPBuffer* b
     LogDebug("OrlixCamVP::DrawBitmapToVPBuffer() Invalid VPBuffer");
     return false;
   }
-  const Int32 x0 = static_cast<Int32>(area.start.x), y0 = static_cast<Int32>(area.start.y);
-  const Int32 x1 = static_cast<Int32>(area.end.x), y1 = static_cast<Int32>(area.end.y);
-  const Int32 w = x1 - x0 + 1, h = y1 - y0 + 1;
+  // An area from extreme settings may lie anywhere, even at infinity: whole numbers held within
+  // Int32, and the sizes in 64 bits, before the checks turn it away.
+  const Int32 x0 = TruncateToInt32(area.start.x), y0 = TruncateToInt32(area.start.y);
+  const Int32 x1 = TruncateToInt32(area.end.x), y1 = TruncateToInt32(area.end.y);
+  const Int64 w64 = Int64(x1) - x0 + 1, h64 = Int64(y1) - y0 + 1;
   const Int32 bw = buffer->GetInfo(VPGETINFO_XRESOLUTION), bh = buffer->GetInfo(VPGETINFO_YRESOLUTION);
-  if (x0 < 0 || y0 < 0 || x1 >= bw || y1 >= bh || w <= 0 || h <= 0)
+  if (x0 < 0 || y0 < 0 || x1 >= bw || y1 >= bh || w64 <= 0 || h64 <= 0)
   {
     LogDebug("OrlixCamVP::DrawBitmapToVPBuffer() Invalid area xy1 %ld %ld xy2 %ld %ld > wh %ld %ld", long(x0), long(y0),
              long(x1), long(y1), long(bw), long(bh));
     return false;
   }
+  const Int32 w = static_cast<Int32>(w64), h = static_cast<Int32>(h64);
   const Int32 bits = buffer->GetInfo(VPGETINFO_BITDEPTH), cpp = buffer->GetInfo(VPGETINFO_CPP);
   if (bits != 32 || cpp != 4)
   {

@@ -155,6 +155,11 @@ std::string FormatDateTime()
   return text;
 }
 
+Int32 TruncateToInt32(Float v)
+{
+  return ToInt32(TruncateSafe(v));
+}
+
 std::string FormatTimecode(const BaseTime& time, Float fps)
 {
   const Float num = time.GetNumerator();

@@ -34,6 +34,9 @@ inline void LogDebug(const char* /*format*/, ...)
 {
 }
 
+/// `v` truncated toward zero and held within Int32; NaN gives 0. Settings may hold any double.
+Int32 TruncateToInt32(Float v);
+
 /// The frame number in decimal, zero-filled to at least 6 digits.
 std::string FormatFrameNumber(Int32 frame);
 /// The local time now as DD/MM/YYYY HH:MM:SS.

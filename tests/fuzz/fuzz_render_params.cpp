@@ -18,6 +18,7 @@
 #include "c4d.h"
 #include "c4d_objects.h"
 #include "c4d_resource.h"
+#include "fuzz/fuzz_plugin.h"
 #include "host_app.h"
 #include "register.h"
 #include "render/render_loop.h"
@@ -161,8 +162,6 @@ void WriteTinyPictures()
   }
 }
 
-C4DHostTable table;
-Filename modulePath;
 BaseDocument* doc = nullptr;
 BaseTag* tag = nullptr;
 RenderData* rd = nullptr;
@@ -172,16 +171,7 @@ BaseContainer tagDefaults, vpDefaults, settingsDefaults;
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
-  host::ResetApp();
-  host::SetPluginFolder(Filename(ORLIX_SOURCE_DIR));
-  modulePath = Filename(ORLIX_SOURCE_DIR) + Filename("OrlixCam.so");
-  if (c4d_main(C4DPL_INIT_SYS, &table, nullptr, &modulePath) != 1 ||
-      c4d_main(C4DPL_MESSAGE, reinterpret_cast<void*>(C4DPL_STARTACTIVITY_RES), nullptr, nullptr) != 1 ||
-      c4d_main(C4DPL_INIT, nullptr, nullptr, nullptr) != 1)
-  {
-    std::fprintf(stderr, "the plug-in failed to start\n");
-    std::abort();
-  }
+  StartPluginOrAbort();
   tagParams = ValueParams("OrlixTag");
   vpParams = ValueParams("OrlixCam");
   if (tagParams.empty() || vpParams.empty())

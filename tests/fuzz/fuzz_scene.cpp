@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "c4d.h"
+#include "fuzz/fuzz_plugin.h"
 #include "host_app.h"
 #include "register.h"
 #include "scene/scene_file.h"
@@ -15,8 +16,6 @@
 namespace
 {
 std::string dir, scenePath, savedPath;
-C4DHostTable table;
-Filename modulePath;
 
 void Fail(const char* what, const std::string& detail)
 {
@@ -27,14 +26,8 @@ void Fail(const char* what, const std::string& detail)
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
-  host::ResetApp();
-  host::SetPluginFolder(Filename(ORLIX_SOURCE_DIR));
-  modulePath = Filename(ORLIX_SOURCE_DIR) + Filename("OrlixCam.so");
   // The plug-in's descriptions give the parameter symbols and ranges that scenes refer to.
-  if (c4d_main(C4DPL_INIT_SYS, &table, nullptr, &modulePath) != 1 ||
-      c4d_main(C4DPL_MESSAGE, reinterpret_cast<void*>(C4DPL_STARTACTIVITY_RES), nullptr, nullptr) != 1 ||
-      c4d_main(C4DPL_INIT, nullptr, nullptr, nullptr) != 1)
-    Fail("plug-in", "failed to start");
+  StartPluginOrAbort();
   dir = "/tmp/orlix_fuzz_scene_" + std::to_string(getpid());
   if (std::system(("mkdir -p " + dir).c_str()) != 0)
     Fail("temporary folder", dir);

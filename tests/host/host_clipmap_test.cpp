@@ -53,6 +53,22 @@ TEST(ClipMap, WhiteTextLeavesItsCoverageInRed)
   EXPECT_EQ(outside, 0) << "nothing left of or above the text's position, nor below its line";
 }
 
+TEST(ClipMap, TextStartingLeftOfThePictureShowsItsVisiblePart)
+{
+  // Found by fuzzing: a line wider than the picture, flush right, starts at a negative x.
+  ClipMap map(GeClipMap::Alloc());
+  ASSERT_EQ(map->Init(40, 30), IMAGERESULT_OK);
+  const BaseContainer font = GeClipMap::GetDefaultFont(GE_FONT_DEFAULT_SYSTEM);
+  ASSERT_TRUE(map->SetFont(&font, 20.0));
+  map->SetColor(255, 255, 255);
+  map->TextAt(-60, 2, String("MMMMMMMM"));
+  Int32 covered = 0;
+  for (Int32 y = 0; y < 30; ++y)
+    for (Int32 x = 0; x < 40; ++x)
+      covered += Red(map->GetBitmap(), x, y) > 0.5f;
+  EXPECT_GT(covered, 20);
+}
+
 TEST(ClipMap, TheMonospacedFontHasEvenAdvances)
 {
   ClipMap map(GeClipMap::Alloc());
