@@ -1,4 +1,6 @@
 // The entry point's stages, the registration chain, the console log and the text helpers.
+#include <cmath>
+#include <limits>
 #include <regex>
 #include <string>
 
@@ -149,6 +151,18 @@ TEST(PluginText, FrameNumbersAndTimecodes)
   EXPECT_EQ(FormatTimecode(BaseTime(10, 1), 24.0), "000:10.00");
   EXPECT_EQ(FormatTimecode(BaseTime(241, 24), 24.0), "000:10.01");
   EXPECT_EQ(FormatTimecode(BaseTime(), 30.0), "000:00.00");
+}
+
+TEST(PluginText, PixelPositionsFromAnyDoubleStayWithinInt32)
+{
+  EXPECT_EQ(TruncateToInt32(-2.7), -2) << "toward zero, not down";
+  EXPECT_EQ(TruncateToInt32(2.7), 2);
+  EXPECT_EQ(TruncateToInt32(std::nan("")), 0);
+  EXPECT_EQ(TruncateToInt32(HUGE_VAL), std::numeric_limits<Int32>::max());
+  EXPECT_EQ(TruncateToInt32(-HUGE_VAL), std::numeric_limits<Int32>::min());
+  EXPECT_EQ(TruncateToInt32(3.0e9), std::numeric_limits<Int32>::max());
+  EXPECT_EQ(TruncateToInt32(-3.0e9), std::numeric_limits<Int32>::min());
+  EXPECT_EQ(TruncateToInt32(1e300), std::numeric_limits<Int32>::max());
 }
 
 TEST(PluginText, DateTimeHasTheSlateShape)
