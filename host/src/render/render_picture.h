@@ -2,7 +2,9 @@
 // equirectangular mapping between directions and picture positions.
 #pragma once
 
+#include <array>
 #include <cmath>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -32,7 +34,9 @@ inline Vector EquirectToDirection(Float u, Float v)
   return Vector(std::sin(lon) * std::cos(lat), std::sin(lat), std::cos(lon) * std::cos(lat));
 }
 
-/// A picture as float RGB, read once and sampled bilinearly by many threads.
+/// A picture as RGB, read once and sampled bilinearly by many threads. Pictures of 8 bits a
+/// channel stay 8-bit (a quarter of the memory, nothing converted on reading); deeper ones are
+/// float.
 class Picture
 {
 public:
@@ -69,27 +73,38 @@ public:
       y0 = repeatV ? height - 1 : 0;
     if (y1 >= height)
       y1 = repeatV ? 0 : height - 1;
-    // The four texels weighted in single precision, as they are stored.
+    // The four texels weighted in single precision.
     const Float32 wx = static_cast<Float32>(tx), wy = static_cast<Float32>(ty);
-    const Float32 w00 = (1.0f - wx) * (1.0f - wy), w10 = wx * (1.0f - wy), w01 = (1.0f - wx) * wy, w11 = wx * wy;
-    const Float32* p00 = Texel(x0, y0);
-    const Float32* p10 = Texel(x1, y0);
-    const Float32* p01 = Texel(x0, y1);
-    const Float32* p11 = Texel(x1, y1);
-    return Vector(p00[0] * w00 + p10[0] * w10 + p01[0] * w01 + p11[0] * w11,
-                  p00[1] * w00 + p10[1] * w10 + p01[1] * w01 + p11[1] * w11,
-                  p00[2] * w00 + p10[2] * w10 + p01[2] * w01 + p11[2] * w11);
+    const Float32 w[4] = {(1.0f - wx) * (1.0f - wy), wx * (1.0f - wy), (1.0f - wx) * wy, wx * wy};
+    const size_t at[4] = {Index(x0, y0), Index(x1, y0), Index(x0, y1), Index(x1, y1)};
+    return bytes ? Blend(bytes.get(), at, w, [](std::uint8_t c) { return kByteValue[c]; })
+                 : Blend(rgb.get(), at, w, [](Float32 c) { return c; });
   }
 
 private:
-  const Float32* Texel(Int32 x, Int32 y) const
+  static const std::array<Float32, 256> kByteValue; ///< byte b as b / 255
+
+  size_t Index(Int32 x, Int32 y) const
   {
-    return &rgb[(static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3u];
+    return (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3u;
+  }
+
+  template <typename T, typename ToFloat>
+  static Vector Blend(const T* texels, const size_t (&at)[4], const Float32 (&w)[4], ToFloat value)
+  {
+    Float32 c[3];
+    for (int k = 0; k < 3; ++k)
+      c[k] = value(texels[at[0] + k]) * w[0] + value(texels[at[1] + k]) * w[1] + value(texels[at[2] + k]) * w[2] +
+             value(texels[at[3] + k]) * w[3];
+    return Vector(c[0], c[1], c[2]);
   }
 
   Int32 width = 0;
   Int32 height = 0;
-  std::vector<Float32> rgb;
+  // One of the two holds the picture. Not zero-filled: the reader writes every value, and
+  // filling first would touch all the memory twice.
+  std::unique_ptr<Float32[]> rgb;        ///< deeper pictures
+  std::unique_ptr<std::uint8_t[]> bytes; ///< 8-bit pictures
 };
 
 /// Pictures of one render by absolute path, each read once.
