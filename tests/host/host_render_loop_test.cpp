@@ -353,10 +353,13 @@ TEST_F(RenderLoopTest, WithoutAMergeTheFrameIsTheFirstImage)
   a->colourByImage = true;
   a->merge = false;
   options.samples = 1;
+  settings()->SetBool(RDATA_ALPHACHANNEL, true);
   ASSERT_TRUE(host::RenderDocument(doc, options, &picture, &error)) << error;
   EXPECT_NE(std::find(callLog.calls.begin(), callLog.calls.end(), "A:StereoMergeImages 2"), callLog.calls.end());
   ASSERT_TRUE(picture);
   EXPECT_FLOAT_EQ(Pixel(*picture, 3, 2)[0], 0.1f) << "the first image, not the last";
+  ASSERT_TRUE(picture->HasAlpha()) << "the first image keeps its alpha";
+  EXPECT_FLOAT_EQ(Pixel(*picture, 3, 2)[3], 1.0f);
 }
 
 TEST_F(RenderLoopTest, EditorRenderShootsTheImagesWithoutMerge)

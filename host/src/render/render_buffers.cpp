@@ -81,20 +81,31 @@ Bool RenderBitmap::Init(Int32 w, Int32 h, Bool withAlpha)
   return true;
 }
 
-void RenderBitmap::CopyFrom(const ImageBuffer& buffer)
+void RenderBitmap::CopyRows(const ImageBuffer& buffer, Int32 y0, Int32 y1)
 {
-  if (buffer.Width() != width || buffer.Height() != height)
+  if (buffer.Width() != width || buffer.Height() != height || y0 < 0 || y1 > height || y0 >= y1)
     return;
-  const size_t count = static_cast<size_t>(width) * static_cast<size_t>(height);
+  const size_t begin = static_cast<size_t>(y0) * static_cast<size_t>(width);
+  const size_t end = static_cast<size_t>(y1) * static_cast<size_t>(width);
   const Float32* src = buffer.Pixel(0, 0);
-  const Bool withAlpha = !alpha.empty();
-  for (size_t p = 0; p < count; ++p)
+  Float32* const out = rgb.data();
+  if (alpha.empty())
   {
-    rgb[p * 3u] = src[p * 4u];
-    rgb[p * 3u + 1u] = src[p * 4u + 1u];
-    rgb[p * 3u + 2u] = src[p * 4u + 2u];
-    if (withAlpha)
-      alpha[p] = src[p * 4u + 3u];
+    for (size_t p = begin; p < end; ++p)
+    {
+      out[p * 3u] = src[p * 4u];
+      out[p * 3u + 1u] = src[p * 4u + 1u];
+      out[p * 3u + 2u] = src[p * 4u + 2u];
+    }
+    return;
+  }
+  Float32* const a = alpha.data();
+  for (size_t p = begin; p < end; ++p)
+  {
+    out[p * 3u] = src[p * 4u];
+    out[p * 3u + 1u] = src[p * 4u + 1u];
+    out[p * 3u + 2u] = src[p * 4u + 2u];
+    a[p] = src[p * 4u + 3u];
   }
 }
 

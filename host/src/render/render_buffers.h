@@ -40,8 +40,11 @@ public:
   static RenderBitmap* Alloc();
   /// Makes a black picture of w × h; with `withAlpha` an alpha channel of 0. False without memory.
   Bool Init(Int32 w, Int32 h, Bool withAlpha);
-  /// Copies the buffer's colours, and its alpha where the bitmap has a channel for it.
-  void CopyFrom(const ImageBuffer& buffer);
+  /// Copies the buffer's colours, and its alpha where the bitmap has a channel for it; nothing
+  /// when the sizes differ.
+  void CopyFrom(const ImageBuffer& buffer) { CopyRows(buffer, 0, height); }
+  /// The same for rows y0 up to y1; rows of different threads may be copied side by side.
+  void CopyRows(const ImageBuffer& buffer, Int32 y0, Int32 y1);
 
 private:
   RenderBitmap() = default;

@@ -231,6 +231,8 @@ private:
   void Notify(Bool start);
   Bool SetupCamera(Int32 image);
   void TraceImage(size_t imagesBefore);
+  /// Copies the finished image out of the buffer, rows in parallel.
+  void KeepImage(RenderBitmap* target);
   void TraceTile(Int64 tile);
   void Report(Float done);
 
@@ -261,8 +263,8 @@ private:
   Bool merging = false;
 
   ImageBuffer buffer;
-  std::unique_ptr<RenderBitmap, BitmapFree> firstImage; ///< each frame's first image
-  std::vector<std::unique_ptr<RenderBitmap, BitmapFree>> images;
+  std::unique_ptr<RenderBitmap, BitmapFree> firstImage;          ///< each frame's first image, without a merge
+  std::vector<std::unique_ptr<RenderBitmap, BitmapFree>> images; ///< a merge's images, the first with alpha
   std::unique_ptr<RenderBitmap, BitmapFree> merged;
 
   // Per image, read by the render threads.
@@ -444,12 +446,17 @@ Bool RenderLoop::Start()
     return false;
 
   Bool allocated = buffer.Init(width, height);
-  firstImage.reset(RenderBitmap::Alloc());
-  allocated = allocated && firstImage && firstImage->Init(width, height, withAlpha);
+  if (!merging)
+  {
+    firstImage.reset(RenderBitmap::Alloc());
+    allocated = allocated && firstImage && firstImage->Init(width, height, withAlpha);
+  }
+  // A merge reads colours only, so its first image keeps the alpha and stands in as the frame's
+  // picture when the merge fails: one frame-sized copy less.
   for (Int32 i = 0; merging && allocated && i < imageCount; ++i)
   {
     images.emplace_back(RenderBitmap::Alloc());
-    allocated = images.back() && images.back()->Init(width, height, false);
+    allocated = images.back() && images.back()->Init(width, height, i == 0 && withAlpha);
   }
   if (merging && allocated)
   {
@@ -485,15 +492,13 @@ Bool RenderLoop::RenderFrame(size_t frameIndex, BitmapPtr* firstFrame)
     TraceImage(frameIndex * static_cast<size_t>(imageCount) + static_cast<size_t>(i));
     if (!Stage(VIDEOPOSTCALL_RENDER, false, frame.time))
       return false;
-    if (i == 0)
-      firstImage->CopyFrom(buffer);
-    if (merging)
-      images[static_cast<size_t>(i)]->CopyFrom(buffer);
+    if (merging || i == 0)
+      KeepImage(merging ? images[static_cast<size_t>(i)].get() : firstImage.get());
   }
   if (!Stage(VIDEOPOSTCALL_FRAME, false, frame.time))
     return false;
 
-  std::unique_ptr<RenderBitmap, BitmapFree>* picture = &firstImage;
+  std::unique_ptr<RenderBitmap, BitmapFree>* picture = merging ? &images.front() : &firstImage;
   if (merging)
   {
     std::vector<const BaseBitmap*> sources;
@@ -544,6 +549,15 @@ void RenderLoop::TraceImage(size_t imagesBefore)
       if (options.progress && std::this_thread::get_id() == caller)
         Report((static_cast<Float>(imagesBefore) + static_cast<Float>(done) / static_cast<Float>(tileCount)) /
                static_cast<Float>(imagesTotal));
+    });
+  });
+}
+
+void RenderLoop::KeepImage(RenderBitmap* target)
+{
+  arena.execute([&] {
+    tbb::parallel_for(tbb::blocked_range<Int32>(0, height, 16), [&](const tbb::blocked_range<Int32>& rows) {
+      target->CopyRows(buffer, rows.begin(), rows.end());
     });
   });
 }
