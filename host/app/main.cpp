@@ -301,7 +301,7 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
     (void)frame;
     const std::string path = FramePath(args.out, ranged ? first + frameIndex : firstFrame);
     ++frameIndex;
-    if (!host::SaveBitmap(picture, path, directionPass, &saveError))
+    if (!host::SaveBitmap(picture, path, directionPass, &saveError, args.threads))
       return false;
     written.push_back(path);
     return true;

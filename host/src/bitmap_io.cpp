@@ -3,19 +3,41 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <type_traits>
 #include <vector>
 
 #include <unistd.h>
 
 #include <OpenImageIO/imageio.h>
+#include <tbb/blocked_range.h>
+#include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
 
 namespace host
 {
 namespace
 {
 constexpr int kPngLevel = 2;
+
+/// One row of ARGB floats as the file's RGB(A) values: integers are clamped to 0..1 and rounded
+/// to the nearest step (`scale` steps), floats go as they are.
+template <typename T>
+void ConvertRow(const float* argb, Int32 w, int channels, T* out, float scale)
+{
+  for (Int32 x = 0; x < w; ++x, argb += 4, out += channels)
+    for (int c = 0; c < channels; ++c)
+    {
+      const float v = argb[c < 3 ? c + 1 : 0];
+      if constexpr (std::is_floating_point_v<T>)
+        out[c] = v;
+      else
+        out[c] = static_cast<T>(std::lround((v > 0.0f ? (v < 1.0f ? v : 1.0f) : 0.0f) * scale));
+    }
+}
 
 std::string Extension(const std::string& path)
 {
@@ -33,7 +55,7 @@ Bool IsPictureName(const std::string& path, Bool* holdsFloat)
   return ext == ".png" || ext == ".tif" || ext == ".tiff" || ext == ".exr";
 }
 
-Bool SaveBitmap(const BaseBitmap& bmp, const std::string& path, Bool floatData, std::string* error)
+Bool SaveBitmap(const BaseBitmap& bmp, const std::string& path, Bool floatData, std::string* error, Int32 threads)
 {
   std::string ignored;
   std::string& err = error ? *error : ignored;
@@ -89,37 +111,42 @@ Bool SaveBitmap(const BaseBitmap& bmp, const std::string& path, Bool floatData, 
     std::remove(temp.string().c_str());
     return false;
   }
-  // Strips of rows, converted as they go: no second copy of the whole picture in memory.
+  // Strips of rows, converted to the file's type as they go, rows side by side: no second copy
+  // of the whole picture in memory, and only the encoder's own work left on one thread.
   constexpr Int32 kStrip = 64;
-  std::vector<float> strip, row(size_t(w) * 4);
+  const size_t valueSize = type.size();
+  const size_t rowValues = size_t(w) * size_t(channels);
+  std::vector<unsigned char> strip;
   Bool written = true;
   try
   {
-    strip.resize(size_t(w) * size_t(channels) * kStrip);
+    strip.resize(rowValues * valueSize * kStrip);
   }
   catch (const std::bad_alloc&)
   {
     written = false;
   }
+  tbb::task_arena arena(threads > 0 ? threads : tbb::task_arena::automatic);
   for (Int32 y0 = 0; written && y0 < h; y0 += kStrip)
   {
     const Int32 y1 = std::min(h, y0 + kStrip);
-    for (Int32 y = y0; y < y1; ++y)
-    {
-      bmp.GetPixelCnt(0, y, w, reinterpret_cast<UChar*>(row.data()), 16, COLORMODE_ARGBf);
-      float* o = strip.data() + size_t(y - y0) * size_t(w) * size_t(channels);
-      for (Int32 x = 0; x < w; ++x)
-      {
-        const float* in = &row[size_t(x) * 4];
-        o[0] = in[1];
-        o[1] = in[2];
-        o[2] = in[3];
-        if (channels == 4)
-          o[3] = in[0];
-        o += channels;
-      }
-    }
-    written = out->write_scanlines(y0, y1, 0, OIIO::TypeDesc::FLOAT, strip.data());
+    arena.execute([&] {
+      tbb::parallel_for(tbb::blocked_range<Int32>(y0, y1, 8), [&](const tbb::blocked_range<Int32>& rows) {
+        std::vector<float> row(size_t(w) * 4);
+        for (Int32 y = rows.begin(); y < rows.end(); ++y)
+        {
+          bmp.GetPixelCnt(0, y, w, reinterpret_cast<UChar*>(row.data()), 16, COLORMODE_ARGBf);
+          unsigned char* o = strip.data() + size_t(y - y0) * rowValues * valueSize;
+          if (type == OIIO::TypeDesc::UINT8)
+            ConvertRow(row.data(), w, channels, o, 255.0f);
+          else if (type == OIIO::TypeDesc::UINT16)
+            ConvertRow(row.data(), w, channels, reinterpret_cast<std::uint16_t*>(o), 65535.0f);
+          else
+            ConvertRow(row.data(), w, channels, reinterpret_cast<float*>(o), 0.0f);
+        }
+      });
+    });
+    written = out->write_scanlines(y0, y1, 0, type, strip.data());
   }
   const Bool closed = out->close();
   if (!written || !closed)
