@@ -1,6 +1,8 @@
 // BaseBitmap: a picture held by the host, RGB with an optional alpha channel.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <vector>
 
 #include "c4d_string.h"
@@ -23,32 +25,38 @@ enum COLORMODE : Int32
   COLORMODE_ARGBf = 37, ///< alpha, red, green, blue: 4 floats, 16 bytes a pixel
 };
 
+/// A picture: RGB with an optional alpha channel. Depths up to 32 keep 8 bits a channel, as a
+/// picture for the screen; deeper ones (96 and 128 bits) keep floats, for renders.
 class BaseBitmap
 {
 public:
   static BaseBitmap* Alloc();
   static void Free(BaseBitmap*& bmp);
 
-  /// Makes an empty (black) picture of the given size; sizes of 0 or below, or beyond memory, fail.
+  /// Makes an empty (black) picture of the given size, 8 bits a channel up to depth 32 and float
+  /// beyond; sizes of 0 or below, or beyond memory, fail.
   IMAGERESULT Init(Int32 width, Int32 height, Int32 depth = 24);
   /// Loads a picture file (PNG, TIFF, JPEG, OpenEXR, HDR); a file's alpha becomes the alpha channel.
-  /// On failure the bitmap is left empty.
+  /// A file of 8 bits a channel stays 8-bit, any other is float. On failure the bitmap is left empty.
   IMAGERESULT Init(const Filename& name, Int32 frame = -1, Bool* ismovie = nullptr);
 
   Int32 GetBw() const { return width; }
   Int32 GetBh() const { return height; }
-  Bool HasAlpha() const { return !alpha.empty(); }
+  Bool HasAlpha() const { return hasAlpha; }
+  /// Whether the picture keeps floats (else 8 bits a channel).
+  Bool IsFloat() const { return isFloat; }
 
   /// Reads `cnt` pixels of row `y` from column `x` into `buffer`, `inc` bytes a pixel, in `mode`.
   /// Pixels outside the picture read as black; without an alpha channel alpha reads 1.
   Bool GetPixelCnt(Int32 x, Int32 y, Int32 cnt, UChar* buffer, Int32 inc, COLORMODE mode, Int32 flags = 0) const;
-  /// Writes `cnt` pixels of row `y` from column `x`; pixels outside the picture are skipped.
+  /// Writes `cnt` pixels of row `y` from column `x`; pixels outside the picture are skipped. An
+  /// 8-bit picture keeps each value clamped to 0..1 and rounded to the nearest 1/255.
   /// In COLORMODE_ARGBf the alpha goes to the alpha channel where there is one.
   Bool SetPixelCnt(Int32 x, Int32 y, Int32 cnt, const UChar* buffer, Int32 inc, COLORMODE mode, Int32 flags = 0);
 
   /// A copy of the whole picture, or null.
   BaseBitmap* GetClone() const;
-  /// Makes `dst` a copy of this picture (size, colour and alpha); false without memory.
+  /// Makes `dst` a copy of this picture (size, depth, colour and alpha); false without memory.
   Bool CopyTo(BaseBitmap* dst) const;
 
   /// One pixel as 0 to 255 a component; outside the picture black.
@@ -76,8 +84,37 @@ protected:
   BaseBitmap() = default;
   virtual ~BaseBitmap() = default;
 
+  /// Colour value i (pixel i / 3, channel i % 3) and alpha of pixel p, as 0 to 1.
+  Float32 Colour(size_t i) const { return isFloat ? rgb[i] : kByteValue[rgb8[i]]; }
+  Float32 Alpha(size_t p) const { return isFloat ? alpha[p] : kByteValue[alpha8[p]]; }
+  void SetColour(size_t i, Float32 v)
+  {
+    if (isFloat)
+      rgb[i] = v;
+    else
+      rgb8[i] = ToByte(v);
+  }
+  void SetAlpha(size_t p, Float32 v)
+  {
+    if (isFloat)
+      alpha[p] = v;
+    else
+      alpha8[p] = ToByte(v);
+  }
+  /// 0..1 clamped (NaN as 0) and rounded to the nearest of 256 steps.
+  static UChar ToByte(Float32 v)
+  {
+    return static_cast<UChar>((v > 0.0f ? (v < 1.0f ? v : 1.0f) : 0.0f) * 255.0f + 0.5f);
+  }
+  static const std::array<Float32, 256> kByteValue; ///< byte b as b / 255
+
   Int32 width = 0;
   Int32 height = 0;
-  std::vector<Float32> rgb;   ///< 3 floats a pixel, rows from the top, 0 to 1
-  std::vector<Float32> alpha; ///< 1 float a pixel, or empty
+  Bool isFloat = false;
+  Bool hasAlpha = false;
+  // Float pictures fill the first two, 8-bit ones the others; rows from the top, 3 values a pixel.
+  std::vector<Float32> rgb;
+  std::vector<Float32> alpha;
+  std::vector<UChar> rgb8;
+  std::vector<UChar> alpha8;
 };

@@ -2,6 +2,7 @@
 #include <OpenImageIO/imageio.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -10,6 +11,13 @@
 #include <sys/stat.h>
 
 #include "c4d_bitmap.h"
+
+const std::array<Float32, 256> BaseBitmap::kByteValue = [] {
+  std::array<Float32, 256> values{};
+  for (size_t b = 0; b < values.size(); ++b)
+    values[b] = static_cast<Float32>(b) / 255.0f;
+  return values;
+}();
 
 BaseBitmap* BaseBitmap::Alloc()
 {
@@ -34,25 +42,28 @@ bool SizeFits(Int64 w, Int64 h, Int64 channels)
 }
 } // namespace
 
-IMAGERESULT BaseBitmap::Init(Int32 w, Int32 h, Int32 /*depth*/)
+IMAGERESULT BaseBitmap::Init(Int32 w, Int32 h, Int32 depth)
 {
+  rgb.clear();
+  alpha.clear();
+  rgb8.clear();
+  alpha8.clear();
+  hasAlpha = false;
+  isFloat = depth > 32;
+  width = height = 0;
+  // A failed Init leaves an empty picture: Init(0, 0) is how a picture is emptied.
   if (!SizeFits(w, h, 3))
-  {
-    // A failed Init leaves an empty picture: Init(0, 0) is how a picture is emptied.
-    rgb.clear();
-    alpha.clear();
-    width = height = 0;
     return w <= 0 || h <= 0 ? IMAGERESULT_WRONGTYPE : IMAGERESULT_OUTOFMEMORY;
-  }
+  const std::size_t values = static_cast<std::size_t>(w) * static_cast<std::size_t>(h) * 3u;
   try
   {
-    rgb.assign(static_cast<std::size_t>(w) * static_cast<std::size_t>(h) * 3u, 0.0f);
-    alpha.clear();
+    if (isFloat)
+      rgb.assign(values, 0.0f);
+    else
+      rgb8.assign(values, UChar(0));
   }
   catch (const std::bad_alloc&)
   {
-    rgb.clear();
-    width = height = 0;
     return IMAGERESULT_OUTOFMEMORY;
   }
   width = w;
@@ -64,9 +75,7 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
 {
   if (ismovie)
     *ismovie = false;
-  rgb.clear();
-  alpha.clear();
-  width = height = 0;
+  Init(0, 0);
 
   struct stat st;
   const std::string path = name.GetString().GetStdString();
@@ -87,45 +96,61 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
   if (!SizeFits(format.width, format.height, channels) || !SizeFits(format.width, format.height, 4))
     return IMAGERESULT_OUTOFMEMORY;
 
-  std::vector<Float32> pixels;
-  try
-  {
-    pixels.resize(static_cast<std::size_t>(format.width) * static_cast<std::size_t>(format.height) * static_cast<std::size_t>(channels));
-  }
-  catch (const std::bad_alloc&)
-  {
-    return IMAGERESULT_OUTOFMEMORY;
-  }
-  if (!in->read_image(0, 0, 0, channels, OIIO::TypeDesc::FLOAT, pixels.data()))
-  {
-    (void)in->geterror();
-    return IMAGERESULT_WRONGTYPE;
-  }
-
+  const Bool eightBit = format.format == OIIO::TypeDesc::UINT8;
   const std::size_t count = static_cast<std::size_t>(format.width) * static_cast<std::size_t>(format.height);
   const int alphaChannel = format.alpha_channel >= 0 ? format.alpha_channel : (channels == 4 || channels == 2 ? channels - 1 : -1);
+  // Grey pictures fill all three colours; a picture's alpha channel is kept apart.
+  const int colourChannels = alphaChannel >= 0 ? channels - 1 : channels;
+  auto split = [&](const auto& pixels, auto& colours, auto& alphas) {
+    colours.resize(count * 3u);
+    if (alphaChannel >= 0)
+      alphas.resize(count);
+    for (std::size_t p = 0; p < count; ++p)
+    {
+      const auto* src = &pixels[p * static_cast<std::size_t>(channels)];
+      for (int c = 0; c < 3; ++c)
+        colours[p * 3u + static_cast<std::size_t>(c)] = src[colourChannels >= 3 ? c : 0];
+      if (alphaChannel >= 0)
+        alphas[p] = src[alphaChannel];
+    }
+  };
+  auto read = [&](auto& pixels, OIIO::TypeDesc type) {
+    pixels.resize(count * static_cast<std::size_t>(channels));
+    if (in->read_image(0, 0, 0, channels, type, pixels.data()))
+      return true;
+    (void)in->geterror();
+    return false;
+  };
   try
   {
-    rgb.resize(count * 3u);
-    if (alphaChannel >= 0)
-      alpha.resize(count);
+    Bool ok;
+    if (eightBit)
+    {
+      std::vector<UChar> pixels;
+      ok = read(pixels, OIIO::TypeDesc::UINT8);
+      if (ok)
+        split(pixels, rgb8, alpha8);
+    }
+    else
+    {
+      std::vector<Float32> pixels;
+      ok = read(pixels, OIIO::TypeDesc::FLOAT);
+      if (ok)
+        split(pixels, rgb, alpha);
+    }
+    if (!ok)
+    {
+      Init(0, 0);
+      return IMAGERESULT_WRONGTYPE;
+    }
   }
   catch (const std::bad_alloc&)
   {
-    rgb.clear();
-    alpha.clear();
+    Init(0, 0);
     return IMAGERESULT_OUTOFMEMORY;
   }
-  // Grey pictures fill all three colours; a picture's alpha channel is kept apart.
-  const int colourChannels = alphaChannel >= 0 ? channels - 1 : channels;
-  for (std::size_t p = 0; p < count; ++p)
-  {
-    const Float32* src = &pixels[p * static_cast<std::size_t>(channels)];
-    for (int c = 0; c < 3; ++c)
-      rgb[p * 3u + static_cast<std::size_t>(c)] = src[colourChannels >= 3 ? c : 0];
-    if (alphaChannel >= 0)
-      alpha[p] = src[alphaChannel];
-  }
+  isFloat = !eightBit;
+  hasAlpha = alphaChannel >= 0;
   width = format.width;
   height = format.height;
   return IMAGERESULT_OK;
@@ -134,20 +159,8 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
 BaseBitmap* BaseBitmap::GetClone() const
 {
   BaseBitmap* copy = Alloc();
-  if (!copy)
-    return nullptr;
-  try
-  {
-    copy->rgb = rgb;
-    copy->alpha = alpha;
-  }
-  catch (const std::bad_alloc&)
-  {
+  if (copy && !CopyTo(copy))
     Free(copy);
-    return nullptr;
-  }
-  copy->width = width;
-  copy->height = height;
   return copy;
 }
 
@@ -163,11 +176,11 @@ Bool BaseBitmap::GetPixelCnt(Int32 x, Int32 y, Int32 cnt, UChar* buffer, Int32 i
     if (y >= 0 && y < height && cx >= 0 && cx < width)
     {
       const std::size_t at = static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(cx);
-      px[1] = rgb[at * 3u];
-      px[2] = rgb[at * 3u + 1u];
-      px[3] = rgb[at * 3u + 2u];
-      if (!alpha.empty())
-        px[0] = alpha[at];
+      px[1] = Colour(at * 3u);
+      px[2] = Colour(at * 3u + 1u);
+      px[3] = Colour(at * 3u + 2u);
+      if (hasAlpha)
+        px[0] = Alpha(at);
     }
     UChar* out = buffer + static_cast<std::size_t>(i) * static_cast<std::size_t>(inc);
     if (mode == COLORMODE_ARGBf)
@@ -200,11 +213,11 @@ Bool BaseBitmap::SetPixelCnt(Int32 x, Int32 y, Int32 cnt, const UChar* buffer, I
       px[0] = 1.0f;
       std::memcpy(px + 1, in, 12);
     }
-    rgb[at * 3u] = px[1];
-    rgb[at * 3u + 1u] = px[2];
-    rgb[at * 3u + 2u] = px[3];
-    if (mode == COLORMODE_ARGBf && !alpha.empty())
-      alpha[at] = px[0];
+    SetColour(at * 3u, px[1]);
+    SetColour(at * 3u + 1u, px[2]);
+    SetColour(at * 3u + 2u, px[3]);
+    if (mode == COLORMODE_ARGBf && hasAlpha)
+      SetAlpha(at, px[0]);
   }
   return true;
 }
@@ -238,11 +251,16 @@ Bool BaseBitmap::CopyTo(BaseBitmap* dst) const
   {
     dst->rgb = rgb;
     dst->alpha = alpha;
+    dst->rgb8 = rgb8;
+    dst->alpha8 = alpha8;
   }
   catch (const std::bad_alloc&)
   {
+    dst->Init(0, 0);
     return false;
   }
+  dst->isFloat = isFloat;
+  dst->hasAlpha = hasAlpha;
   dst->width = width;
   dst->height = height;
   return true;
@@ -253,9 +271,9 @@ void BaseBitmap::GetPixel(Int32 x, Int32 y, UInt16* r, UInt16* g, UInt16* b) con
   UInt16 c[3] = {0, 0, 0};
   if (x >= 0 && y >= 0 && x < width && y < height)
   {
-    const Float32* p = &rgb[(static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3u];
-    for (int i = 0; i < 3; ++i)
-      c[i] = To255(p[i]);
+    const size_t at = (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3u;
+    for (size_t i = 0; i < 3; ++i)
+      c[i] = isFloat ? To255(rgb[at + i]) : rgb8[at + i];
   }
   if (r)
     *r = c[0];
@@ -269,19 +287,24 @@ void BaseBitmap::SetPixel(Int32 x, Int32 y, Int32 r, Int32 g, Int32 b)
 {
   if (x < 0 || y < 0 || x >= width || y >= height)
     return;
-  Float32* p = &rgb[(static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3u];
-  p[0] = static_cast<Float32>(r) / 255.0f;
-  p[1] = static_cast<Float32>(g) / 255.0f;
-  p[2] = static_cast<Float32>(b) / 255.0f;
+  const size_t at = (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3u;
+  SetColour(at, static_cast<Float32>(r) / 255.0f);
+  SetColour(at + 1u, static_cast<Float32>(g) / 255.0f);
+  SetColour(at + 2u, static_cast<Float32>(b) / 255.0f);
 }
 
 BaseBitmap* BaseBitmap::AddChannel(Bool /*internal*/, Bool /*straight*/)
 {
-  if (!alpha.empty() || width == 0)
+  if (hasAlpha || width == 0)
     return width == 0 ? nullptr : this;
+  const size_t count = static_cast<size_t>(width) * static_cast<size_t>(height);
   try
   {
-    alpha.assign(static_cast<size_t>(width) * static_cast<size_t>(height), 0.0f);
+    if (isFloat)
+      alpha.assign(count, 0.0f);
+    else
+      alpha8.assign(count, UChar(0));
+    hasAlpha = true;
   }
   catch (const std::bad_alloc&)
   {
@@ -295,15 +318,18 @@ void BaseBitmap::GetAlphaPixel(const BaseBitmap* channel, Int32 x, Int32 y, UInt
   if (!val)
     return;
   *val = 0;
-  if (channel && !channel->alpha.empty() && x >= 0 && y >= 0 && x < channel->width && y < channel->height)
-    *val = To255(channel->alpha[static_cast<size_t>(y) * static_cast<size_t>(channel->width) + static_cast<size_t>(x)]);
+  if (channel && channel->hasAlpha && x >= 0 && y >= 0 && x < channel->width && y < channel->height)
+  {
+    const size_t at = static_cast<size_t>(y) * static_cast<size_t>(channel->width) + static_cast<size_t>(x);
+    *val = channel->isFloat ? To255(channel->alpha[at]) : channel->alpha8[at];
+  }
 }
 
 void BaseBitmap::SetAlphaPixel(BaseBitmap* channel, Int32 x, Int32 y, Int32 val)
 {
-  if (channel && !channel->alpha.empty() && x >= 0 && y >= 0 && x < channel->width && y < channel->height)
-    channel->alpha[static_cast<size_t>(y) * static_cast<size_t>(channel->width) + static_cast<size_t>(x)] =
-      static_cast<Float32>(val) / 255.0f;
+  if (channel && channel->hasAlpha && x >= 0 && y >= 0 && x < channel->width && y < channel->height)
+    channel->SetAlpha(static_cast<size_t>(y) * static_cast<size_t>(channel->width) + static_cast<size_t>(x),
+                      static_cast<Float32>(val) / 255.0f);
 }
 
 void BaseBitmap::ScaleBicubic(BaseBitmap* dest, Int32 sx0, Int32 sy0, Int32 sx1, Int32 sy1, Int32 dx0, Int32 dy0,
@@ -315,7 +341,7 @@ void BaseBitmap::ScaleBicubic(BaseBitmap* dest, Int32 sx0, Int32 sy0, Int32 sx1,
   dx0 = std::max(0, dx0), dy0 = std::max(0, dy0), dx1 = std::min(dest->width - 1, dx1), dy1 = std::min(dest->height - 1, dy1);
   if (sx1 < sx0 || sy1 < sy0 || dx1 < dx0 || dy1 < dy0)
     return;
-  const Bool withAlpha = !alpha.empty() && !dest->alpha.empty();
+  const Bool withAlpha = hasAlpha && dest->hasAlpha;
   const Float scaleX = static_cast<Float>(sx1 - sx0 + 1) / (dx1 - dx0 + 1);
   const Float scaleY = static_cast<Float>(sy1 - sy0 + 1) / (dy1 - dy0 + 1);
   for (Int32 y = dy0; y <= dy1; ++y)
@@ -341,7 +367,7 @@ void BaseBitmap::ScaleBicubic(BaseBitmap* dest, Int32 sx0, Int32 sy0, Int32 sx1,
           const Int32 px = std::min(sx1, std::max(sx0, ix - 1 + i));
           const size_t at = static_cast<size_t>(py) * static_cast<size_t>(width) + static_cast<size_t>(px);
           const Float w = wx[i] * wy[j];
-          const Float v[4] = {rgb[at * 3u], rgb[at * 3u + 1u], rgb[at * 3u + 2u], withAlpha ? alpha[at] : 0.0f};
+          const Float v[4] = {Colour(at * 3u), Colour(at * 3u + 1u), Colour(at * 3u + 2u), withAlpha ? Alpha(at) : 0.0f};
           for (int c = 0; c < 4; ++c)
           {
             sum[c] += w * v[c];
@@ -353,9 +379,9 @@ void BaseBitmap::ScaleBicubic(BaseBitmap* dest, Int32 sx0, Int32 sy0, Int32 sx1,
       // Bicubic overshoots at hard edges: each value stays within its neighbours' range.
       const size_t to = static_cast<size_t>(y) * static_cast<size_t>(dest->width) + static_cast<size_t>(x);
       for (int c = 0; c < 3; ++c)
-        dest->rgb[to * 3u + static_cast<size_t>(c)] = static_cast<Float32>(std::min(hi[c], std::max(lo[c], sum[c])));
+        dest->SetColour(to * 3u + static_cast<size_t>(c), static_cast<Float32>(std::min(hi[c], std::max(lo[c], sum[c]))));
       if (withAlpha)
-        dest->alpha[to] = static_cast<Float32>(std::min(hi[3], std::max(lo[3], sum[3])));
+        dest->SetAlpha(to, static_cast<Float32>(std::min(hi[3], std::max(lo[3], sum[3]))));
     }
   }
 }

@@ -36,7 +36,7 @@ void Colour(Int32 x, Int32 y, Float32 argb[4])
 /// A w × h picture of Colour, with alpha where asked; taller than one strip of the writer.
 void Fill(BaseBitmap* bmp, Int32 w, Int32 h, Bool alpha)
 {
-  ASSERT_EQ(bmp->Init(w, h), IMAGERESULT_OK);
+  ASSERT_EQ(bmp->Init(w, h, 96), IMAGERESULT_OK) << "a float picture, as renders are";
   if (alpha)
   {
     ASSERT_NE(bmp->AddChannel(true, false), nullptr);

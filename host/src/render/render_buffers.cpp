@@ -66,19 +66,10 @@ RenderBitmap* RenderBitmap::Alloc()
 
 Bool RenderBitmap::Init(Int32 w, Int32 h, Bool withAlpha)
 {
-  if (BaseBitmap::Init(w, h, withAlpha ? 32 : 24) != IMAGERESULT_OK)
+  // Renders keep floats: values above 1 and below 0 go on to the file.
+  if (BaseBitmap::Init(w, h, withAlpha ? 128 : 96) != IMAGERESULT_OK)
     return false;
-  if (!withAlpha)
-    return true;
-  try
-  {
-    alpha.assign(static_cast<size_t>(w) * static_cast<size_t>(h), 0.0f);
-  }
-  catch (const std::bad_alloc&)
-  {
-    return false;
-  }
-  return true;
+  return !withAlpha || AddChannel(true, false);
 }
 
 void RenderBitmap::CopyRows(const ImageBuffer& buffer, Int32 y0, Int32 y1)
@@ -89,7 +80,7 @@ void RenderBitmap::CopyRows(const ImageBuffer& buffer, Int32 y0, Int32 y1)
   const size_t end = static_cast<size_t>(y1) * static_cast<size_t>(width);
   const Float32* src = buffer.Pixel(0, 0);
   Float32* const out = rgb.data();
-  if (alpha.empty())
+  if (!hasAlpha)
   {
     for (size_t p = begin; p < end; ++p)
     {
