@@ -30,8 +30,8 @@ struct BitmapFree
 std::vector<String> SlateTechnicalLines(const OrlixCamVP& s)
 {
   std::vector<String> lines;
-  const String file = s.documentName.GetFile().GetString();
-  lines.push_back(file.IsEmpty() ? String("<Document>") : file);
+  const Filename name = s.documentName.GetFile();
+  lines.push_back(name.IsEmpty() ? String("<Document>") : name.GetString());
   char text[128];
   std::snprintf(text, sizeof text, "Resolution: %d x %d", static_cast<Int32>(s.activeArea.width),
                 static_cast<Int32>(s.activeArea.height));
