@@ -88,7 +88,7 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
     (void)OIIO::geterror();
     return IMAGERESULT_WRONGTYPE;
   }
-  const OIIO::ImageSpec& format = in->spec();
+  const OIIO::ImageSpec format = in->spec_dimensions(0);
   const int channels = format.nchannels;
   if (channels < 1 || format.depth > 1 || format.width > std::numeric_limits<Int32>::max() ||
       format.height > std::numeric_limits<Int32>::max())

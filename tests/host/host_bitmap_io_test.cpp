@@ -56,9 +56,10 @@ std::vector<float> Read(const std::string& path, int& channels, OIIO::TypeDesc& 
   EXPECT_TRUE(in) << path;
   if (!in)
     return {};
-  channels = in->spec().nchannels;
-  type = in->spec().format;
-  std::vector<float> values(static_cast<size_t>(in->spec().width) * in->spec().height * channels);
+  const OIIO::ImageSpec file = in->spec_dimensions(0);
+  channels = file.nchannels;
+  type = file.format;
+  std::vector<float> values(static_cast<size_t>(file.width) * file.height * channels);
   EXPECT_TRUE(in->read_image(0, 0, 0, channels, OIIO::TypeDesc::FLOAT, values.data()));
   return values;
 }

@@ -74,7 +74,7 @@ protected:
     auto in = OIIO::ImageInput::open(p.string());
     if (!in)
       return pic;
-    const OIIO::ImageSpec& f = in->spec();
+    const OIIO::ImageSpec f = in->spec_dimensions(0);
     pic.width = f.width;
     pic.height = f.height;
     pic.channels = f.nchannels;

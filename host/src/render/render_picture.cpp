@@ -42,7 +42,7 @@ Bool Picture::Load(const Filename& file, String* error)
     (void)OIIO::geterror();
     return fail("not a picture that can be read");
   }
-  const OIIO::ImageSpec& format = in->spec();
+  const OIIO::ImageSpec format = in->spec_dimensions(0);
   if (format.nchannels < 1 || format.width < 1 || format.height < 1 || format.depth > 1)
     return fail("not a picture that can be read");
   const Bool eightBit = format.format == OIIO::TypeDesc::UINT8;
