@@ -17,6 +17,7 @@
 #include "lens/stereo_merge.h"
 #include "register.h"
 #include "render/render_loop.h"
+#include "support/lens_area.h"
 
 namespace
 {
@@ -29,15 +30,6 @@ struct MergeCase
   MergePlan plan;
   Int32 images = 0;
 };
-
-LensArea Area(double x0, double y0, double x1, double y1)
-{
-  LensArea a;
-  a.start = Vector(x0, y0, 0);
-  a.end = Vector(x1, y1, 0);
-  UpdateArea(a);
-  return a;
-}
 
 MergeCase MakeCase(Int32 images, Int32 w, Int32 h)
 {

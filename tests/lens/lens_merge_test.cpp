@@ -7,18 +7,10 @@
 #include "cube_layout.h"
 #include "lens_projection.h"
 #include "stereo_merge.h"
+#include "support/lens_area.h"
 
 namespace
 {
-LensArea Area(double x0, double y0, double x1, double y1)
-{
-  LensArea a;
-  a.start = Vector(x0, y0, 0);
-  a.end = Vector(x1, y1, 0);
-  UpdateArea(a);
-  return a;
-}
-
 // Images of one colour each; merges row y of a frame `width` wide.
 struct Merge
 {

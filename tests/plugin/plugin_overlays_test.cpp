@@ -6,6 +6,7 @@
 
 #include "OrlixCamVP.h"
 #include "plugin_fixture.h"
+#include "support/lens_area.h"
 
 namespace
 {
@@ -78,15 +79,6 @@ Bitmap Solid(Int32 w, Int32 h, Int32 r, Int32 g, Int32 b, Int32 alpha = -1)
         bmp->SetAlphaPixel(channel, x, y, alpha);
     }
   return bmp;
-}
-
-LensArea Area(Float x0, Float y0, Float x1, Float y1)
-{
-  LensArea a;
-  a.start = Vector(x0, y0, 0);
-  a.end = Vector(x1, y1, 0);
-  UpdateArea(a);
-  return a;
 }
 
 struct Overlays : PluginTest
