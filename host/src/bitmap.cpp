@@ -8,6 +8,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <type_traits>
 #include <sys/stat.h>
 
 #include "c4d_bitmap.h"
@@ -101,7 +102,20 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
   const int alphaChannel = format.alpha_channel >= 0 ? format.alpha_channel : (channels == 4 || channels == 2 ? channels - 1 : -1);
   // Grey pictures fill all three colours; a picture's alpha channel is kept apart.
   const int colourChannels = alphaChannel >= 0 ? channels - 1 : channels;
-  auto split = [&](const auto& pixels, auto& colours, auto& alphas) {
+  auto read = [&](auto& values, OIIO::TypeDesc type) {
+    values.resize(count * static_cast<std::size_t>(channels));
+    if (in->read_image(0, 0, 0, channels, type, values.data()))
+      return true;
+    (void)in->geterror();
+    return false;
+  };
+  // Three colour channels go straight into place; others through an interleaved copy.
+  auto load = [&](auto& colours, auto& alphas, OIIO::TypeDesc type) {
+    if (channels == 3 && alphaChannel < 0)
+      return read(colours, type);
+    std::remove_reference_t<decltype(colours)> pixels;
+    if (!read(pixels, type))
+      return false;
     colours.resize(count * 3u);
     if (alphaChannel >= 0)
       alphas.resize(count);
@@ -113,32 +127,11 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
       if (alphaChannel >= 0)
         alphas[p] = src[alphaChannel];
     }
-  };
-  auto read = [&](auto& pixels, OIIO::TypeDesc type) {
-    pixels.resize(count * static_cast<std::size_t>(channels));
-    if (in->read_image(0, 0, 0, channels, type, pixels.data()))
-      return true;
-    (void)in->geterror();
-    return false;
+    return true;
   };
   try
   {
-    Bool ok;
-    if (eightBit)
-    {
-      std::vector<UChar> pixels;
-      ok = read(pixels, OIIO::TypeDesc::UINT8);
-      if (ok)
-        split(pixels, rgb8, alpha8);
-    }
-    else
-    {
-      std::vector<Float32> pixels;
-      ok = read(pixels, OIIO::TypeDesc::FLOAT);
-      if (ok)
-        split(pixels, rgb, alpha);
-    }
-    if (!ok)
+    if (!(eightBit ? load(rgb8, alpha8, OIIO::TypeDesc::UINT8) : load(rgb, alpha, OIIO::TypeDesc::FLOAT)))
     {
       Init(0, 0);
       return IMAGERESULT_WRONGTYPE;

@@ -54,8 +54,8 @@ TEST(RenderPicture, EightBitSixteenBitAndFloatFilesSampleAlike)
   ASSERT_TRUE(p8.Load(Filename(png8.c_str()), &error)) << error.GetStdString();
   ASSERT_TRUE(p16.Load(Filename(png16.c_str()), &error)) << error.GetStdString();
   ASSERT_TRUE(pf.Load(Filename(exr.c_str()), &error)) << error.GetStdString();
-  EXPECT_EQ(p8.Width(), 8);
-  EXPECT_EQ(p8.Height(), 4);
+  EXPECT_EQ(p8.GetBw(), 8);
+  EXPECT_EQ(p8.GetBh(), 4);
 
   // At a texel's centre the value is the texel's own, whatever the storage.
   const Vector centre = p8.Sample((2 + 0.5) / 8.0, (1 + 0.5) / 4.0, false);

@@ -2,9 +2,7 @@
 // equirectangular mapping between directions and picture positions.
 #pragma once
 
-#include <array>
 #include <cmath>
-#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -34,17 +32,16 @@ inline Vector EquirectToDirection(Float u, Float v)
   return Vector(std::sin(lon) * std::cos(lat), std::sin(lat), std::cos(lon) * std::cos(lat));
 }
 
-/// A picture as RGB, read once and sampled bilinearly by many threads. Pictures of 8 bits a
-/// channel stay 8-bit (a quarter of the memory, nothing converted on reading); deeper ones are
-/// float.
-class Picture
+/// A picture read once and sampled bilinearly by many threads. Files of 8 bits a channel stay
+/// 8-bit (a quarter of the memory of floats), deeper ones are float.
+class Picture : public BaseBitmap
 {
 public:
+  Picture() = default;
+  ~Picture() override = default;
+
   /// Reads a picture file; false with a message naming the file.
   Bool Load(const Filename& file, String* error);
-
-  Int32 Width() const { return width; }
-  Int32 Height() const { return height; }
 
   /// Bilinear between pixel centres at ((i + 0.5) / width, (j + 0.5) / height). u repeats;
   /// v repeats with `repeatV`, else it stops at the first and last rows (a panorama's poles).
@@ -77,13 +74,11 @@ public:
     const Float32 wx = static_cast<Float32>(tx), wy = static_cast<Float32>(ty);
     const Float32 w[4] = {(1.0f - wx) * (1.0f - wy), wx * (1.0f - wy), (1.0f - wx) * wy, wx * wy};
     const size_t at[4] = {Index(x0, y0), Index(x1, y0), Index(x0, y1), Index(x1, y1)};
-    return bytes ? Blend(bytes.get(), at, w, [](std::uint8_t c) { return kByteValue[c]; })
-                 : Blend(rgb.get(), at, w, [](Float32 c) { return c; });
+    return isFloat ? Blend(rgb.data(), at, w, [](Float32 c) { return c; })
+                   : Blend(rgb8.data(), at, w, [](UChar c) { return kByteValue[c]; });
   }
 
 private:
-  static const std::array<Float32, 256> kByteValue; ///< byte b as b / 255
-
   size_t Index(Int32 x, Int32 y) const
   {
     return (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3u;
@@ -93,18 +88,11 @@ private:
   static Vector Blend(const T* texels, const size_t (&at)[4], const Float32 (&w)[4], ToFloat value)
   {
     Float32 c[3];
-    for (int k = 0; k < 3; ++k)
+    for (size_t k = 0; k < 3; ++k)
       c[k] = value(texels[at[0] + k]) * w[0] + value(texels[at[1] + k]) * w[1] + value(texels[at[2] + k]) * w[2] +
              value(texels[at[3] + k]) * w[3];
     return Vector(c[0], c[1], c[2]);
   }
-
-  Int32 width = 0;
-  Int32 height = 0;
-  // One of the two holds the picture. Not zero-filled: the reader writes every value, and
-  // filling first would touch all the memory twice.
-  std::unique_ptr<Float32[]> rgb;        ///< deeper pictures
-  std::unique_ptr<std::uint8_t[]> bytes; ///< 8-bit pictures
 };
 
 /// Pictures of one render by absolute path, each read once.
