@@ -143,23 +143,6 @@ TEST_F(BitmapIoTest, EachFormatStoresTheValuesItCan)
   EXPECT_EQ(Files().size(), 4u) << "no temporary files left";
 }
 
-TEST_F(BitmapIoTest, APictureWithoutAlphaIsWrittenAsRgb)
-{
-  Bitmap b;
-  Fill(b.bmp, 4, 70, false);
-  std::string error;
-  ASSERT_TRUE(host::SaveBitmap(*b.bmp, (dir / "rgb.png").string(), false, &error)) << error;
-  int channels = 0;
-  OIIO::TypeDesc type;
-  const std::vector<float> values = Read((dir / "rgb.png").string(), channels, type);
-  ASSERT_EQ(channels, 3);
-  ASSERT_EQ(values.size(), 4u * 70u * 3u);
-  // Pixel (1, 69): red 76.501 / 255 rounds up, green -0.75 clamps to 0, blue 69 / 149 is 118.09.
-  EXPECT_FLOAT_EQ(values[(69 * 4 + 1) * 3 + 0], 77.0f / 255.0f);
-  EXPECT_FLOAT_EQ(values[(69 * 4 + 1) * 3 + 1], 0.0f);
-  EXPECT_FLOAT_EQ(values[(69 * 4 + 1) * 3 + 2], 118.0f / 255.0f);
-}
-
 TEST_F(BitmapIoTest, RefusedWritesLeaveNothingAndKeepTheOldFile)
 {
   Bitmap b;

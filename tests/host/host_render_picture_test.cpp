@@ -96,21 +96,3 @@ TEST(RenderPicture, GreyPicturesFillAllThreeChannels)
     std::remove(path.c_str());
   }
 }
-
-TEST(RenderPicture, FilesThatAreNoPicturesAreRefusedByName)
-{
-  const std::string path = ::testing::TempDir() + "orlix_picture_" + std::to_string(getpid()) + "_text.png";
-  if (FILE* f = std::fopen(path.c_str(), "w"))
-  {
-    std::fputs("not a picture", f);
-    std::fclose(f);
-  }
-  Picture p;
-  String error;
-  EXPECT_FALSE(p.Load(Filename(path.c_str()), &error));
-  EXPECT_NE(error.GetStdString().find("orlix_picture_"), std::string::npos) << error.GetStdString();
-  EXPECT_NE(error.GetStdString().find("not a picture that can be read"), std::string::npos);
-  EXPECT_FALSE(p.Load(Filename((path + ".missing").c_str()), &error));
-  EXPECT_NE(error.GetStdString().find("file not found"), std::string::npos) << error.GetStdString();
-  std::remove(path.c_str());
-}
