@@ -1,5 +1,5 @@
 // Whole renders through the lens video post: every lens, cube layout and stereo mode, checked in
-// pixels. The sky is a picture whose colour tells the direction: red grows with the picture's
+// pixels (the panorama against a whole picture with the command line). The sky is a picture whose colour tells the direction: red grows with the picture's
 // column (longitude), green with its row (from straight up to straight down).
 #include <gtest/gtest.h>
 
@@ -18,7 +18,6 @@
 #include "description/OrlixCam.h"
 #include "description/OrlixTag.h"
 #include "host_app.h"
-#include "plugin_loader.h"
 #include "register.h"
 #include "render/render_loop.h"
 
@@ -59,16 +58,6 @@ protected:
     ASSERT_EQ(c4d_main(C4DPL_INIT_SYS, &table, nullptr, &modulePath), 1);
     ASSERT_EQ(c4d_main(C4DPL_MESSAGE, reinterpret_cast<void*>(C4DPL_STARTACTIVITY_RES), nullptr, nullptr), 1);
     ASSERT_EQ(c4d_main(C4DPL_INIT, nullptr, nullptr, nullptr), 1);
-    Build();
-  }
-  void TearDown() override
-  {
-    host::ResetApp();
-    c4d_main(C4DPL_END, nullptr, nullptr, nullptr);
-  }
-
-  void Build()
-  {
     doc = BaseDocument::Alloc();
     SetActiveDocument(doc);
     BaseObject* sky = BaseObject::Alloc(Osky);
@@ -82,6 +71,12 @@ protected:
     vp = doc->GetActiveRenderData()->GetFirstVideoPost();
     ASSERT_NE(vp, nullptr);
   }
+  void TearDown() override
+  {
+    host::ResetApp();
+    c4d_main(C4DPL_END, nullptr, nullptr, nullptr);
+  }
+
   BaseContainer& Tag() { return *tag->GetDataInstance(); }
   BaseContainer& VP() { return *vp->GetDataInstance(); }
   BaseContainer& Settings() { return *doc->GetActiveRenderData()->GetDataInstance(); }
@@ -129,26 +124,6 @@ TEST_F(LensRender, DomeCornersFollowTheMaskMode)
   VP().SetInt32(ORLIXVP_MASK_MODE, 2);
   Render(64, 64);
   EXPECT_FALSE(Black(At(0, 0))) << "mask mode 2 leaves the corners as the lens sees them";
-  VP().SetInt32(ORLIXVP_MASK_MODE, 1); // no mask picture: falls back to black corners
-  Render(64, 64);
-  EXPECT_TRUE(Black(At(0, 0)));
-}
-
-TEST_F(LensRender, PanoramaReproducesTheSkyPicture)
-{
-  Tag().SetInt32(ORLIXTAG_LENS, 0);
-  Render(64, 32);
-  int tested = 0;
-  for (Int32 y = 2; y < 30; y += 5)
-    for (Int32 x = 2; x < 62; x += 7)
-    {
-      const Px p = At(x, y);
-      EXPECT_NEAR(p.r, x / 63.0, 0.02) << "pixel " << x << ", " << y;
-      EXPECT_NEAR(p.g, y / 31.0, 0.02) << "pixel " << x << ", " << y;
-      ++tested;
-    }
-  EXPECT_GE(tested, 40);
-  EXPECT_NEAR(At(0, 16).r, At(63, 16).r, 0.05) << "the two edges meet behind the camera";
 }
 
 TEST_F(LensRender, CylinderStripStaysOnTheHorizon)
@@ -166,40 +141,31 @@ TEST_F(LensRender, CylinderStripStaysOnTheHorizon)
 TEST_F(LensRender, EveryCubeLayoutPlacesItsFaces)
 {
   Tag().SetInt32(ORLIXTAG_LENS, 3);
-  struct Layout { Int32 layout, w, h; Int32 frontX, frontY, upX, upY; Int32 gapX, gapY; } layouts[] = {
-    {0, 64, 48, 24, 24, 24, 8, 8, 8},     // cross: front in column 1 row 1, up above it, corners empty
-    {1, 48, 64, 24, 24, 24, 8, 8, 8},     // vertical cross with the default turn: up, front, down, back
-    {2, 96, 16, 72, 8, 40, 8, -1, -1},    // strip by slots: right, left, up, down, front, back
-    {3, 48, 32, 24, 24, 40, 8, -1, -1},   // 3 × 2: front in slot 5, the second row's middle
-    {4, 16, 96, 8, 72, 8, 40, -1, -1},
-    {5, 32, 48, 24, 24, 8, 40, -1, -1},   // 2 × 3: slots down the first column, then the second
-    {6, 32, 32, 16, 16, -1, -1, -1, -1},  // one face: front
-  };
-  for (const Layout& l : layouts)
+  const struct
   {
+    Int32 layout, turn, w, h, frontX, frontY, upX, upY, gapX, gapY;
+  } layouts[] = {
+    {0, 1, 64, 48, 24, 24, 24, 8, 8, 8},    // cross: front in column 1 row 1, up above it, corners empty
+    {0, 3, 64, 48, 56, 24, 56, 8, -1, -1},  // turned: front moves to column 3, up stays above it
+    {1, 1, 48, 64, 24, 24, 24, 8, 8, 8},    // vertical cross with the default turn: up, front, down, back
+    {2, 1, 96, 16, 72, 8, 40, 8, -1, -1},   // strip by slots: right, left, up, down, front, back
+    {3, 1, 48, 32, 24, 24, 40, 8, -1, -1},  // 3 × 2: front in slot 5, the second row's middle
+    {4, 1, 16, 96, 8, 72, 8, 40, -1, -1},
+    {5, 1, 32, 48, 24, 24, 8, 40, -1, -1},  // 2 × 3: slots down the first column, then the second
+    {6, 1, 32, 32, 16, 16, -1, -1, -1, -1}, // one face: front
+  };
+  for (const auto& l : layouts)
+  {
+    SCOPED_TRACE("layout " + std::to_string(l.layout) + ", turn " + std::to_string(l.turn));
     VP().SetInt32(ORLIXVP_CUBE_LAYOUT, l.layout);
+    VP().SetInt32(ORLIXVP_CUBE_TURN, l.turn);
     Render(l.w, l.h);
     const Px front = At(l.frontX, l.frontY);
-    EXPECT_NEAR(front.r, 0.5, 0.05) << "layout " << l.layout << " front " << front;
-    EXPECT_NEAR(front.g, 0.5, 0.05) << "layout " << l.layout << " front " << front;
-    if (l.upX >= 0)
-    {
-      EXPECT_LT(At(l.upX, l.upY).g, 0.2) << "layout " << l.layout << " up looks up: " << At(l.upX, l.upY);
-    }
-    if (l.gapX >= 0)
-    {
-      EXPECT_TRUE(Black(At(l.gapX, l.gapY))) << "layout " << l.layout << ": cells between the faces stay black";
-    }
+    EXPECT_NEAR(front.r, 0.5, 0.05) << "front " << front;
+    EXPECT_NEAR(front.g, 0.5, 0.05) << "front " << front;
+    EXPECT_TRUE(l.upX < 0 || At(l.upX, l.upY).g < 0.2) << "up looks up";
+    EXPECT_TRUE(l.gapX < 0 || Black(At(l.gapX, l.gapY))) << "cells between the faces stay black";
   }
-}
-
-TEST_F(LensRender, CrossTurnMovesTheBand)
-{
-  Tag().SetInt32(ORLIXTAG_LENS, 3);
-  VP().SetInt32(ORLIXVP_CUBE_TURN, 3);
-  Render(64, 48);
-  EXPECT_NEAR(At(56, 24).r, 0.5, 0.05) << "front moves to column 3";
-  EXPECT_LT(At(56, 8).g, 0.2) << "up stays above front";
 }
 
 TEST_F(LensRender, SideBySideStereoGivesEachEyeItsHalf)
@@ -277,57 +243,20 @@ TEST_F(LensRender, EditorRenderShowsTheLensInItsBox)
   EXPECT_TRUE(Black(At(32, 60))) << "below the box";
 }
 
-TEST(LensRenderModule, TheModuleRendersTheSamePanorama)
-{
-  host::ResetApp();
-  host::PluginModule module;
-  String error;
-  ASSERT_TRUE(module.Load(Filename(ORLIX_PLUGIN_DIR) + Filename("OrlixCam.so"), &error)) << error;
-  BaseDocument* doc = BaseDocument::Alloc();
-  SetActiveDocument(doc);
-  BaseObject* sky = BaseObject::Alloc(Osky);
-  sky->GetDataInstance()->SetInt32(SKY_TYPE, SKY_TYPE_PICTURE);
-  sky->GetDataInstance()->SetFilename(SKY_PICTURE, Filename(DirectionSky().c_str()));
-  doc->InsertObject(sky, nullptr, nullptr);
-  BaseObject* cam = BaseObject::Alloc(Ocamera);
-  doc->InsertObject(cam, nullptr, nullptr);
-  BaseTag* tag = cam->MakeTag(1035138);
-  ASSERT_NE(tag, nullptr);
-  tag->GetDataInstance()->SetInt32(ORLIXTAG_LENS, 0);
-  doc->GetActiveRenderData()->GetDataInstance()->SetInt32(RDATA_XRES, 64);
-  doc->GetActiveRenderData()->GetDataInstance()->SetInt32(RDATA_YRES, 32);
-  host::RenderOptions options;
-  options.samples = 1;
-  host::BitmapPtr picture;
-  ASSERT_TRUE(host::RenderDocument(doc, options, &picture, &error)) << error;
-  Px p;
-  picture->GetPixelCnt(40, 12, 1, reinterpret_cast<UChar*>(&p), 12, COLORMODE_RGBf, 0);
-  EXPECT_NEAR(p.r, 40 / 63.0, 0.02);
-  EXPECT_NEAR(p.g, 12 / 31.0, 0.02);
-  picture.reset();
-  module.Unload();
-  host::ResetApp();
-}
-
 TEST_F(LensRender, DomeSlateFillsTheCornersAndLeavesTheCircleAlone)
 {
   Render(1024, 1024);
   const host::BitmapPtr plain(picture->GetClone());
-  VP().SetBool(ORLIXVP_SLATE, true);
-  VP().SetBool(ORLIXVP_SHOW_INFO, true);
-  VP().SetBool(ORLIXVP_SHOW_TEXT, true);
-  VP().SetBool(ORLIXVP_SHOW_TIMECODE, true);
-  VP().SetBool(ORLIXVP_SHOW_FRAME, true);
+  VP().SetBool(ORLIXVP_SLATE, true); // its text, information, time, frame and built-in logo are on by default
   VP().SetString(ORLIXVP_TEXT, String("Slate"));
-  VP().SetFloat(ORLIXVP_TEXT_SIZE, 1.0);
-  VP().SetInt32(ORLIXVP_LOGO_MODE, 0);
   Render(1024, 1024);
+  // Pixels of `one` and `two` that differ in the given box.
   auto differsIn = [](const BaseBitmap& one, const BaseBitmap& two, Int32 x0, Int32 y0, Int32 x1, Int32 y1) {
     Int32 n = 0;
+    Px a, b;
     for (Int32 y = y0; y < y1; ++y)
       for (Int32 x = x0; x < x1; ++x)
       {
-        Px a, b;
         one.GetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(&a), 12, COLORMODE_RGBf, 0);
         two.GetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(&b), 12, COLORMODE_RGBf, 0);
         n += a.r != b.r || a.g != b.g || a.b != b.b;
@@ -339,16 +268,12 @@ TEST_F(LensRender, DomeSlateFillsTheCornersAndLeavesTheCircleAlone)
   EXPECT_GT(differs(850, 0, 1024, 100), 0) << "technical block, top right";
   EXPECT_GT(differs(0, 900, 250, 1024), 0) << "time and frame, bottom left";
   EXPECT_GT(differs(880, 880, 1024, 1024), 0) << "logo and caption, bottom right";
-  Int32 inside = 0, tested = 0;
+  Int32 inside = 0;
   for (Int32 y = 0; y < 1024; ++y)
     for (Int32 x = 0; x < 1024; ++x)
       if ((x - 511.5) * (x - 511.5) + (y - 511.5) * (y - 511.5) < 508.0 * 508.0)
-      {
         inside += differs(x, y, x + 1, y + 1);
-        ++tested;
-      }
   EXPECT_EQ(inside, 0) << "the picture inside the circle is untouched";
-  EXPECT_GT(tested, 800000);
 
   // A preview draws no slate: with and without it the preview is the same.
   Render(1024, 1024, true);

@@ -43,10 +43,7 @@ struct OffsetRow
 const double kDiag = kHalf / std::sqrt(2.0); // 2.298097...
 
 const OffsetRow kOffsets[] = {
-  {"fixed ahead", 0, false, {0, 0, 1}, 1, {-kHalf, 0, 0}},
   {"fixed right", 0, false, {1, 0, 0}, 1, {-kHalf, 0, 0}},
-  {"fixed up", 0, false, {0, 1, 0}, 1, {-kHalf, 0, 0}},
-  {"fixed behind", 0, false, {0, 0, -1}, 1, {-kHalf, 0, 0}},
   {"fixed half strength", 0, false, {0, 0, 1}, 0.5, {-1.625, 0, 0}},
   {"fixed zero strength", 0, false, {0.6, 0, 0.8}, 0, {0, 0, 0}},
   {"fixed strength 2.5", 0, false, {0, 0, 1}, 2.5, {-8.125, 0, 0}},
@@ -60,7 +57,6 @@ const OffsetRow kOffsets[] = {
   {"sweep right", 2, false, {1, 0, 0}, 1, {0, 0, kHalf}},
   {"sweep left", 2, false, {-1, 0, 0}, 1, {0, 0, -kHalf}},
   {"sweep behind has no turn", 2, false, {0, 0, -1}, 1, {-kHalf, 0, 0}},
-  {"sweep up has no turn", 2, false, {0, 1, 0}, 1, {-kHalf, 0, 0}},
   {"sweep x 0.5 turns an eighth", 2, false, {0.5, 0, 0.8660254037844386}, 1, {-kDiag, 0, kDiag}},
   {"sweep right zero strength", 2, false, {1, 0, 0}, 0, {0, 0, 0}},
   {"roll right", 3, false, {1, 0, 0}, 1, {0, kHalf, 0}},
@@ -80,7 +76,6 @@ const OffsetRow kOffsets[] = {
 TEST(EyeRayMatrix, OffsetOfEveryModel)
 {
   const Matrix turnDown = MatrixRotX(-PI05);
-  int tested = 0;
   for (const OffsetRow& row : kOffsets)
   {
     Vector aim = kGarbage, axis = kGarbage;
@@ -91,21 +86,7 @@ TEST(EyeRayMatrix, OffsetOfEveryModel)
     EXPECT_TRUE(AxesNear(e, row.zenith ? turnDown : Matrix(), 1e-15)) << row.what;
     EXPECT_EQ(aim, Vector()) << row.what << ": no convergence without a zero parallax distance";
     EXPECT_EQ(axis, Vector()) << row.what;
-    ++tested;
   }
-  EXPECT_EQ(tested, static_cast<int>(sizeof(kOffsets) / sizeof(kOffsets[0])));
-}
-
-TEST(EyeRayMatrix, RightEyeMirrorsTheLeft)
-{
-  Vector aim, axis;
-  const StereoCameraInfo right = Eye(Matrix(), kHalf, "1");
-  EXPECT_TRUE(VectorNear(EyeRayMatrix(Matrix(), right, {1, 0, 0}, 2, false, 0, kSeparation, 1, aim, axis).off,
-                         {0, 0, -kHalf}, 1e-12));
-  EXPECT_TRUE(VectorNear(EyeRayMatrix(Matrix(), right, {0, 0, -1}, 1, false, 0, kSeparation, 1, aim, axis).off,
-                         {-kHalf, 0, 0}, 1e-12));
-  EXPECT_TRUE(VectorNear(EyeRayMatrix(Matrix(), right, {1, 0, 0}, 3, false, 0, kSeparation, 1, aim, axis).off,
-                         {0, -kHalf, 0}, 1e-12));
 }
 
 TEST(EyeRayMatrix, OffsetTurnsInTheCamerasOwnFrame)
@@ -113,18 +94,10 @@ TEST(EyeRayMatrix, OffsetTurnsInTheCamerasOwnFrame)
   // A moved and turned camera: the baseline turns within the camera's axes, not the world's.
   const Matrix cam = MatrixMove(Vector(10, 20, 30)) * MatrixRotY(0.7) * MatrixRotX(-0.2);
   const StereoCameraInfo left = Eye(cam, -kHalf, "0");
-  struct Row
-  {
-    Int32 model;
-    Vector direction;
-    Vector localOffset;
-  } rows[] = {
-    {0, {1, 0, 0}, {-kHalf, 0, 0}},
-    {1, {1, 0, 0}, {0, 0, kHalf}},
-    {2, {-1, 0, 0}, {0, 0, -kHalf}},
-    {3, {1, 0, 0}, {0, kHalf, 0}},
+  const struct { Int32 model; Vector direction, localOffset; } rows[] = {
+    {0, {1, 0, 0}, {-kHalf, 0, 0}}, {1, {1, 0, 0}, {0, 0, kHalf}}, {2, {-1, 0, 0}, {0, 0, -kHalf}}, {3, {1, 0, 0}, {0, kHalf, 0}},
   };
-  for (const Row& row : rows)
+  for (const auto& row : rows)
   {
     Vector aim, axis;
     const Matrix e = EyeRayMatrix(cam, left, row.direction, row.model, false, 0, kSeparation, 1, aim, axis);
@@ -133,29 +106,16 @@ TEST(EyeRayMatrix, OffsetTurnsInTheCamerasOwnFrame)
   }
 }
 
-TEST(EyeRayMatrix, ZenithBringsTheDomeCentreBackToTheCameraAxis)
+TEST(EyeRayMatrix, ConvergenceAimAndAxis)
 {
-  // With the zenith setting the dome's centre arrives as +Y; the result looks along the camera's z.
-  Vector aim, axis;
-  const Matrix cam = MatrixMove(Vector(0, 150, 0)) * MatrixRotX(-PI05);
-  const Matrix e = EyeRayMatrix(cam, Eye(cam, -kHalf, "0"), {0, 1, 0}, 2, true, 0, kSeparation, 1, aim, axis);
-  EXPECT_TRUE(VectorNear(e.TransformVector(Vector(0, 1, 0)), cam.v3, 1e-15));
-  EXPECT_TRUE(VectorNear(e.off, cam * Vector(-kHalf, 0, 0), 1e-12));
-}
-
-TEST(EyeRayMatrix, ConvergenceToeInNumbers)
-{
+  // The toe-in angle itself is checked geometrically below; here the reported point and axis.
   Vector aim = kGarbage, axis = kGarbage;
   const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), {0, 0, 1}, 0, false, 1000, kSeparation, 1, aim, axis);
   EXPECT_TRUE(VectorNear(e.off, {-kHalf, 0, 0}, 1e-12)) << "convergence turns the eye, it doesn't move it";
   EXPECT_TRUE(VectorNear(aim, {0, 0, 1000}, 1e-12));
   EXPECT_TRUE(VectorNear(axis, {0, -1, 0}, 1e-15));
-  EXPECT_TRUE(VectorNear(e.TransformVector(Vector(0, 0, 1)), {0.00325, 0, 0.9999947}, 1e-7));
-
-  // The right eye turns the other way, about the opposite axis.
-  const Matrix r = EyeRayMatrix(Matrix(), Eye(Matrix(), kHalf, "1"), {0, 0, 1}, 0, false, 1000, kSeparation, 1, aim, axis);
-  EXPECT_TRUE(VectorNear(axis, {0, 1, 0}, 1e-15));
-  EXPECT_TRUE(VectorNear(r.TransformVector(Vector(0, 0, 1)), {-0.00325, 0, 0.9999947}, 1e-7));
+  EyeRayMatrix(Matrix(), Eye(Matrix(), kHalf, "1"), {0, 0, 1}, 0, false, 1000, kSeparation, 1, aim, axis);
+  EXPECT_TRUE(VectorNear(axis, {0, 1, 0}, 1e-15)) << "the right eye turns about the opposite axis";
 }
 
 TEST(EyeRayMatrix, ConvergenceAngleComesFromTheUnturnedOffset)
@@ -175,7 +135,6 @@ TEST(EyeRayMatrix, ConvergedFixedEyeAimsAtThePoint)
   // parallax distance along the direction, for any camera, direction and either eye.
   const Matrix cam = MatrixMove(Vector(-40, 7, 12)) * MatrixRotY(-1.1) * MatrixRotX(0.4) * MatrixRotZ(0.2);
   const Vector directions[] = {{0, 0, 1}, {0.3, 0.1, 0.9}, {-0.7, 0.2, 0.4}, {0.2, -0.9, 0.3}, {0.5, 0.5, -0.7}};
-  int tested = 0;
   for (const Bool zenith : {false, true})
     for (const double side : {-kHalf, kHalf})
       for (const Vector& raw : directions)
@@ -191,21 +150,12 @@ TEST(EyeRayMatrix, ConvergedFixedEyeAimsAtThePoint)
         EXPECT_NEAR(Cross(ray, toTarget).GetLength() / toTarget.GetLength(), 0.0, 1e-9)
           << "direction " << d << " eye " << side << " zenith " << zenith;
         EXPECT_GT(Dot(ray, toTarget), 0.0) << "the ray looks toward the point, not away";
-        ++tested;
       }
-  EXPECT_EQ(tested, 20);
 }
 
 TEST(EyeRayMatrix, ConvergenceGates)
 {
-  struct Gate
-  {
-    const char* what;
-    const char* name;
-    double zeroParallax;
-    double separation;
-    double strength;
-  } gates[] = {
+  const struct { const char* what; const char* name; double zeroParallax, separation, strength; } gates[] = {
     {"no name", "", 1000, kSeparation, 1},
     {"name of two characters", "01", 1000, kSeparation, 1},
     {"name of another character", "2", 1000, kSeparation, 1},
@@ -219,7 +169,7 @@ TEST(EyeRayMatrix, ConvergenceGates)
   };
   // The sweep model, so that the baseline turn still shows where convergence is off.
   const Vector d = Vector(0.6, 0.0, 0.8);
-  for (const Gate& g : gates)
+  for (const auto& g : gates)
   {
     Vector aim = kGarbage, axis = kGarbage;
     const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, g.name), d, 2, false, g.zeroParallax, g.separation,
@@ -245,15 +195,12 @@ TEST(EyeRayMatrix, ConvergenceGates)
 
 TEST(RotAxisToMatrix, AgreesWithTheHostsAxisTurns)
 {
-  int tested = 0;
   for (const double a : {0.3, -1.2, PI05, PI, 2.5})
   {
     EXPECT_TRUE(AxesNear(RotAxisToMatrix(Vector(1, 0, 0), a), MatrixRotX(a), 1e-15)) << "angle " << a;
     EXPECT_TRUE(AxesNear(RotAxisToMatrix(Vector(0, 3, 0), a), MatrixRotY(a), 1e-15)) << "angle " << a << ", long axis";
     EXPECT_TRUE(AxesNear(RotAxisToMatrix(Vector(0, 0, 0.5), a), MatrixRotZ(a), 1e-15)) << "angle " << a << ", short axis";
-    ++tested;
   }
-  EXPECT_EQ(tested, 5);
 }
 
 TEST(RotAxisToMatrix, ValuesAndIdentities)
@@ -276,16 +223,9 @@ TEST(RotAxisToMatrix, ValuesAndIdentities)
   EXPECT_TRUE(AxesNear(RotAxisToMatrix(axis, -0.9) * m, Matrix(), 1e-15));
 }
 
-TEST(InverseLens, EquirectQuarterTurnPoleAndRounding)
+// The quarter turn, the wrap and the seams over the whole image are in lens_round_trip_test.
+TEST(InverseLens, EquirectEdgePoleAndRounding)
 {
-  // The inverse comes back a quarter of the image on, wrapped into 0..1.
-  EXPECT_TRUE(VectorNear(DirectionToEquirect(EquirectDirection(0.5, 0.5)), {0.75, 0.5, 0}, 1e-15));
-  EXPECT_TRUE(VectorNear(DirectionToEquirect(EquirectDirection(0.25, 0.5)), {0.5, 0.5, 0}, 1e-15));
-  EXPECT_TRUE(VectorNear(DirectionToEquirect(EquirectDirection(0.74, 0.3)), {0.99, 0.3, 0}, 1e-14)) << "before the wrap";
-  EXPECT_TRUE(VectorNear(DirectionToEquirect(EquirectDirection(0.76, 0.3)), {0.01, 0.3, 0}, 1e-14)) << "after the wrap";
-  EXPECT_TRUE(VectorNear(DirectionToEquirect(EquirectDirection(0.001, 0.7)), {0.251, 0.7, 0}, 1e-14)) << "seam, left side";
-  EXPECT_TRUE(VectorNear(DirectionToEquirect(EquirectDirection(0.999, 0.7)), {0.249, 0.7, 0}, 1e-14)) << "seam, right side";
-
   // u = 1 exactly stays 1: only beyond 1 does it wrap.
   EXPECT_EQ(DirectionToEquirect(Vector(1, 0, 0)), Vector(1, 0.5, 0));
 
@@ -298,39 +238,22 @@ TEST(InverseLens, EquirectQuarterTurnPoleAndRounding)
   EXPECT_EQ(DirectionToEquirect(Vector(0, 0, -1.0000000000000002)).y, 1.0);
 }
 
-TEST(InverseLens, DomeCentreRimAndUpwardV)
+TEST(InverseLens, DomeAxisForEveryFieldAndStraightBack)
 {
   for (const double fov : {PI, PI2, 0.1, 0.0})
     EXPECT_EQ(DirectionToDome(Vector(0, 0, 1), fov), Vector(0.5, 0.5, 0.5)) << "fov " << fov;
-  EXPECT_TRUE(VectorNear(DirectionToDome(Vector(1, 0, 0), PI), {1, 0.5, 0.5}, 1e-15)) << "right rim";
-  EXPECT_TRUE(VectorNear(DirectionToDome(Vector(0, 1, 0), PI), {0.5, 1, 0.5}, 1e-15)) << "up is v = 1: v runs upward";
+  // The round trip stops short of the full sphere's back point, where atan2 meets (0, 0).
   EXPECT_TRUE(VectorNear(DirectionToDome(Vector(0, 0, -1), PI2), {1, 0.5, 0.5}, 1e-15)) << "straight back on a full sphere";
-  EXPECT_TRUE(VectorNear(DirectionToDome(DomeDirection(0.75, 0.25, PI, true), PI), {0.75, 0.75, 0.5}, 1e-15));
 }
 
-TEST(SeparationMapPosition, LookUpPositionsOfTheLenses)
+TEST(SeparationMapPosition, DomeWithoutZenithIsLookedUpAsASphere)
 {
-  // Directions as the lens makes them, turned up by its quarter turn.
-  auto lensDirection = [](LensState s, double u, double v) {
-    Vector uv(u, v, 0);
-    return PixelToDirection(s, uv);
-  };
-  LensState pano = MakeState(1000, 500);
-  pano.isPanorama = true;
-  pano.fov = PI2;
-  UpdateSpans(pano);
-  EXPECT_TRUE(VectorNear(SeparationMapPosition(lensDirection(pano, 0.5, 0.5), false, PI), {0.75, 0.5, 0}, 1e-15));
-  EXPECT_TRUE(VectorNear(SeparationMapPosition(lensDirection(pano, 0.25, 0.5), false, PI), {0.5, 0.5, 0}, 1e-15));
-
+  // The panorama and the zenith dome are in lens_round_trip_test. A dome without the zenith setting
+  // has no quarter turn, is turned all the same and looked up as a sphere: its centre lands at (0.75, 0.5).
   LensState dome = MakeState(1000, 1000);
   dome.isDome = true;
   dome.fov = PI;
   dome.isStereo = true;
-  dome.domeZenithStereo = true;
-  EXPECT_TRUE(VectorNear(SeparationMapPosition(lensDirection(dome, 0.75, 0.25), true, PI), {0.75, 0.75, 0.5}, 1e-15));
-
-  // A dome without the zenith setting has no quarter turn, is turned all the same and looked up
-  // as a sphere: its centre lands at (0.75, 0.5).
-  dome.domeZenithStereo = false;
-  EXPECT_TRUE(VectorNear(SeparationMapPosition(lensDirection(dome, 0.5, 0.5), false, PI), {0.75, 0.5, 0}, 1e-15));
+  Vector uv(0.5, 0.5, 0);
+  EXPECT_TRUE(VectorNear(SeparationMapPosition(PixelToDirection(dome, uv), false, PI), {0.75, 0.5, 0}, 1e-15));
 }

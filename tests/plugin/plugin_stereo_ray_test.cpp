@@ -269,7 +269,6 @@ TEST_F(StereoRayTest, GradientMapFadingToZeroBringsBothEyesToTheCamera)
   ASSERT_NE(vp->separationShader, nullptr);
 
   auto strength = [](double v) { return v <= 0.1 || v >= 0.9 ? 0.0 : (v < 0.5 ? (v - 0.1) / 0.4 : (0.9 - v) / 0.4); };
-  int atCamera = 0, apart = 0;
   for (const double side : {-kHalf, kHalf})
   {
     UseEye(side);
@@ -279,25 +278,16 @@ TEST_F(StereoRayTest, GradientMapFadingToZeroBringsBothEyesToTheCamera)
         const double v = y / 32.0;
         const Ray r = Shoot(x, y);
         ASSERT_FALSE(r.v.IsZero()) << "pixel " << x << ", " << y;
-        const double offset = (r.p - cam.off).GetLength();
-        EXPECT_NEAR(offset, kHalf * strength(v), 1e-9) << "pixel " << x << ", " << y << " eye " << side;
-        if (strength(v) == 0.0)
-        {
-          EXPECT_TRUE(Near(r.p, cam.off, 1e-12)) << "pixel " << x << ", " << y << " eye " << side;
-          ++atCamera;
-        }
-        else if (strength(v) == 1.0)
-        {
-          ++apart;
-        }
+        // Where the map gives 0 the eye must sit on the camera to rounding, not just near it.
+        const double want = kHalf * strength(v);
+        EXPECT_NEAR((r.p - cam.off).GetLength(), want, want == 0.0 ? 1e-12 : 1e-9)
+          << "pixel " << x << ", " << y << " eye " << side;
         // The map moves the eyes only; the fixed-axes eye looks as the camera does.
         vp->isStereo = false;
         EXPECT_TRUE(Near(r.v, Shoot(x, y).v)) << "pixel " << x << ", " << y;
         vp->isStereo = true;
       }
   }
-  EXPECT_EQ(atCamera, 2 * 8 * 64) << "four rows at each pole, both eyes";
-  EXPECT_EQ(apart, 2 * 64) << "the horizon row at full separation";
 
   vp->CloseSeparationClone();
   EXPECT_EQ(vp->separationShader, nullptr);
@@ -399,16 +389,7 @@ TEST_F(StereoRayTest, SampleSeparationMapContract)
 {
   BaseShader* recorder = LinkMap(kRecordingShader);
   ASSERT_EQ(recorder->InitRender(InitRenderStruct(doc)), INITRENDERRESULT_OK);
-  LensState pano = {};
-  pano.activeArea.end = Vector(99, 49, 0);
-  UpdateArea(pano.activeArea);
-  pano.pixelStep = PixelStep(pano.activeArea);
-  pano.bleedPixels = 10;
-  pano.isPanorama = true;
-  pano.fov = PI2;
-  UpdateSpans(pano);
-  Vector uv(0.5, 0.5, 0);
-  const Vector ahead = PixelToDirection(pano, uv);
+  const Vector ahead(0, 0, 1); // the lens direction of a panorama's centre
 
   // Switched off: 1.0, and the shader isn't asked.
   tagData->SetBool(ORLIXTAG_SEPARATION_MAP_ON, false);
@@ -426,19 +407,14 @@ TEST_F(StereoRayTest, SampleSeparationMapContract)
   EXPECT_EQ(g_lastSample.d, Vector(1, 1, 1));
   EXPECT_EQ(g_lastSample.t, 0.0);
   EXPECT_EQ(g_lastSample.texflag, TEX_TILE);
-  EXPECT_EQ(g_lastSample.vd, nullptr);
-  EXPECT_EQ(g_lastSample.off, 0.0);
-  EXPECT_EQ(g_lastSample.scale, 0.0);
 
   // A dome with the zenith setting looks up dome positions, v upward.
-  LensState dome = pano;
-  dome.isPanorama = false;
-  dome.isDome = true;
-  dome.fov = PI;
-  dome.isStereo = true;
-  dome.domeZenithStereo = true;
-  uv = Vector(0.75, 0.25, 0);
-  const Vector domeDirection = PixelToDirection(dome, uv);
+  Area(100, 100);
+  vp->isDome = true;
+  vp->fov = PI;
+  vp->domeZenithStereo = true;
+  Vector uv(0.75, 0.25, 0);
+  const Vector domeDirection = PixelToDirection(*vp, uv);
   tagData->SetInt32(ORLIXTAG_LENS, 1);
   tagData->SetInt32(ORLIXTAG_DOME_ZENITH, 1);
   tagData->SetFloat(ORLIXTAG_DOME_FOV, PI);
