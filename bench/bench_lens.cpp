@@ -67,14 +67,14 @@ void BM_CreateRayMono(benchmark::State& st)
   vp->camera = camera;
   PixelWalk walk;
   Ray ray;
-  const long before = AllocationCount();
+  const long before = ThreadAllocationCount();
   for (auto _ : st)
   {
     vp->CreateRay(&ray, walk.x + 0.25, walk.y + 0.25);
     benchmark::DoNotOptimize(ray);
     walk.Next();
   }
-  st.counters["allocs_per_ray"] = benchmark::Counter(static_cast<double>(AllocationCount() - before) / st.iterations());
+  st.counters["allocs_per_ray"] = benchmark::Counter(static_cast<double>(ThreadAllocationCount() - before) / st.iterations());
   st.SetItemsProcessed(st.iterations());
   BaseObject::Free(camera);
 }

@@ -65,7 +65,7 @@ void BM_EyeRayMatrix(benchmark::State& st)
   const StereoCameraInfo eye = LeftEye();
   size_t i = 0;
   Vector aim, axis;
-  const long before = AllocationCount();
+  const long before = ThreadAllocationCount();
   for (auto _ : st)
   {
     benchmark::DoNotOptimize(
@@ -73,7 +73,7 @@ void BM_EyeRayMatrix(benchmark::State& st)
     if (++i == directions.size())
       i = 0;
   }
-  st.counters["allocs_per_ray"] = benchmark::Counter(static_cast<double>(AllocationCount() - before) / st.iterations());
+  st.counters["allocs_per_ray"] = benchmark::Counter(static_cast<double>(ThreadAllocationCount() - before) / st.iterations());
   st.SetItemsProcessed(st.iterations());
 }
 
@@ -145,7 +145,7 @@ void BM_CreateRayStereo(benchmark::State& st)
 
   Int32 x = 0, y = 0;
   Ray ray;
-  const long before = AllocationCount();
+  const long before = ThreadAllocationCount();
   for (auto _ : st)
   {
     vp->CreateRay(&ray, x + 0.25, y + 0.25);
@@ -156,7 +156,7 @@ void BM_CreateRayStereo(benchmark::State& st)
       y = (y + 1) % kHeight;
     }
   }
-  st.counters["allocs_per_ray"] = benchmark::Counter(static_cast<double>(AllocationCount() - before) / st.iterations());
+  st.counters["allocs_per_ray"] = benchmark::Counter(static_cast<double>(ThreadAllocationCount() - before) / st.iterations());
   st.SetItemsProcessed(st.iterations());
   BaseShader::Free(vp->separationShader);
   BaseObject::Free(camera);

@@ -169,7 +169,7 @@ TEST_F(RayFixture, RayPathAllocatesNothing)
   UpdateSpans(*vp);
   vp->cylinderHeight = 50;
   int made = 0;
-  const long before = AllocationCount();
+  const long before = ThreadAllocationCount();
   for (int mode = 0; mode < 4; ++mode)
   {
     vp->isDome = mode == 0;
@@ -186,6 +186,6 @@ TEST_F(RayFixture, RayPathAllocatesNothing)
         made += !r.v.IsZero();
       }
   }
-  EXPECT_EQ(AllocationCount() - before, 0);
+  EXPECT_EQ(ThreadAllocationCount() - before, 0);
   EXPECT_GT(made, 1000) << "the sweep must really have made rays";
 }

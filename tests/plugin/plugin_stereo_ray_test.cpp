@@ -487,7 +487,7 @@ TEST_F(StereoRayTest, StereoRaysAllocateNothing)
     {
       vp->eyeModel = model;
       UseEye(model % 2 ? kHalf : -kHalf);
-      const long rays = AllocationCount();
+      const long rays = ThreadAllocationCount();
       for (int y = 0; y < 65; y += 4)
         for (int x = 0; x < 129; x += 4)
         {
@@ -495,7 +495,7 @@ TEST_F(StereoRayTest, StereoRaysAllocateNothing)
           vp->CreateRay(&r, x + 0.25, y - 0.25);
           made += !r.v.IsZero();
         }
-      EXPECT_EQ(AllocationCount() - rays, 0) << "model " << model << ", map type " << (map ? map->GetType() : 0);
+      EXPECT_EQ(ThreadAllocationCount() - rays, 0) << "model " << model << ", map type " << (map ? map->GetType() : 0);
     }
     vp->CloseSeparationClone();
   }

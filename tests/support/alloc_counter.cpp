@@ -8,6 +8,7 @@
 namespace
 {
 std::atomic<long> g_allocations{0};
+thread_local long t_allocations = 0;
 }
 
 long AllocationCount()
@@ -15,9 +16,15 @@ long AllocationCount()
   return g_allocations.load(std::memory_order_relaxed);
 }
 
+long ThreadAllocationCount()
+{
+  return t_allocations;
+}
+
 void* operator new(std::size_t size)
 {
   g_allocations.fetch_add(1, std::memory_order_relaxed);
+  ++t_allocations;
   if (void* p = std::malloc(size ? size : 1))
     return p;
   throw std::bad_alloc();
