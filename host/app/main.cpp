@@ -12,6 +12,8 @@
 
 #include <unistd.h>
 
+#include <oneapi/tbb/global_control.h>
+
 #include "bitmap_io.h"
 #include "c4d.h"
 #include "c4d_objects.h"
@@ -29,6 +31,20 @@ namespace
 {
 constexpr int kBadInput = 2;
 constexpr int kFailed = 1;
+
+/// Joins the render's worker threads before the program ends, so that nothing is still spinning
+/// while the process exits (a leak checker stopping the world at exit can trip over such a thread).
+class WorkerThreadsJoined
+{
+public:
+  WorkerThreadsJoined() : handle(oneapi::tbb::attach{}) {}
+  ~WorkerThreadsJoined() { oneapi::tbb::finalize(handle, std::nothrow); }
+  WorkerThreadsJoined(const WorkerThreadsJoined&) = delete;
+  WorkerThreadsJoined& operator=(const WorkerThreadsJoined&) = delete;
+
+private:
+  oneapi::tbb::task_scheduler_handle handle;
+};
 
 /// An error that ends the command: its message and exit code.
 struct Stop
@@ -497,6 +513,7 @@ int ParamsCommand(const std::string& plugins)
 
 int main(int argc, char** argv)
 {
+  const WorkerThreadsJoined workers;
   CLI::App app{"orlixcam: renders immersive pictures (dome, panorama, cylinder, cubemap, stereo) from scene files\n"
                "through the OrlixCam lens plug-in."};
   app.set_version_flag("--version", std::string("orlixcam ") + ORLIXCAM_VERSION);
