@@ -32,8 +32,9 @@ namespace
 constexpr int kBadInput = 2;
 constexpr int kFailed = 1;
 
-/// Joins the render's worker threads before the program ends, so that nothing is still spinning
-/// while the process exits (a leak checker stopping the world at exit can trip over such a thread).
+/// Joins the render's worker threads before the program ends, so that the process exits with no
+/// worker still running (one was found spinning in exit, under the feet of a leak checker's
+/// stop-the-world).
 class WorkerThreadsJoined
 {
 public:
