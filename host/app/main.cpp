@@ -12,8 +12,6 @@
 
 #include <unistd.h>
 
-#include <oneapi/tbb/global_control.h>
-
 #include "bitmap_io.h"
 #include "c4d.h"
 #include "c4d_objects.h"
@@ -31,21 +29,6 @@ namespace
 {
 constexpr int kBadInput = 2;
 constexpr int kFailed = 1;
-
-/// Joins the render's worker threads before the program ends, so that the process exits with no
-/// worker still running (one was found spinning in exit, under the feet of a leak checker's
-/// stop-the-world).
-class WorkerThreadsJoined
-{
-public:
-  WorkerThreadsJoined() : handle(oneapi::tbb::attach{}) {}
-  ~WorkerThreadsJoined() { oneapi::tbb::finalize(handle, std::nothrow); }
-  WorkerThreadsJoined(const WorkerThreadsJoined&) = delete;
-  WorkerThreadsJoined& operator=(const WorkerThreadsJoined&) = delete;
-
-private:
-  oneapi::tbb::task_scheduler_handle handle;
-};
 
 /// An error that ends the command: its message and exit code.
 struct Stop
@@ -510,11 +493,9 @@ int ParamsCommand(const std::string& plugins)
   }
   return 0;
 }
-} // namespace
 
-int main(int argc, char** argv)
+int Run(int argc, char** argv)
 {
-  const WorkerThreadsJoined workers;
   CLI::App app{"orlixcam: renders immersive pictures (dome, panorama, cylinder, cubemap, stereo) from scene files\n"
                "through the OrlixCam lens plug-in."};
   app.set_version_flag("--version", std::string("orlixcam ") + ORLIXCAM_VERSION);
@@ -573,4 +554,12 @@ int main(int argc, char** argv)
     std::cerr << "orlixcam: " << stop.message << "\n";
     return stop.code;
   }
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+  const int code = Run(argc, argv);
+  host::JoinRenderThreads();
+  return code;
 }

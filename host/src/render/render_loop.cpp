@@ -2,15 +2,19 @@
 #include "render/render_loop.h"
 
 #include <embree3/rtcore.h>
+#include <oneapi/tbb/global_control.h>
 #include <tbb/blocked_range.h>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
 #include <atomic>
 #include <cmath>
+#include <limits>
 #include <numeric>
 #include <string>
 #include <thread>
+
+#include <unistd.h>
 #include <vector>
 
 #include "host_app.h"
@@ -189,13 +193,21 @@ Bool ReadSize(const BaseContainer& settings, Int32& width, Int32& height, String
   return true;
 }
 
+/// Bytes of memory the machine has; infinite where the system doesn't say.
+double PhysicalMemory()
+{
+  const long pages = sysconf(_SC_PHYS_PAGES), pageSize = sysconf(_SC_PAGE_SIZE);
+  return pages > 0 && pageSize > 0 ? static_cast<double>(pages) * static_cast<double>(pageSize)
+                                   : std::numeric_limits<double>::infinity();
+}
+
 /// Whether the buffers of a render fit into the machine's memory; false with a message.
 Bool CheckMemory(Int32 width, Int32 height, Int32 images, Bool keepImages, String* error)
 {
   const double pixels = static_cast<double>(width) * height;
   // RGBA float buffer, the frame's bitmap with alpha, and with a merge each image and the result.
   const double bytes = pixels * (16.0 + 16.0 + (keepImages ? (images + 1.0) * 12.0 : 0.0));
-  const double memory = render::PhysicalMemory();
+  const double memory = PhysicalMemory();
   if (bytes > memory)
   {
     *error = Str("render size " + std::to_string(width) + " x " + std::to_string(height) + " with " +
@@ -657,5 +669,11 @@ Bool RenderDocument(BaseDocument* doc, const RenderOptions& options, BitmapPtr* 
   if (firstFrame)
     firstFrame->reset();
   return false;
+}
+
+void JoinRenderThreads()
+{
+  oneapi::tbb::task_scheduler_handle handle(oneapi::tbb::attach{});
+  oneapi::tbb::finalize(handle, std::nothrow);
 }
 } // namespace host

@@ -48,4 +48,9 @@ struct RenderOptions
 /// first kind (the render stopped before any video post ran) from the second.
 Bool RenderDocument(BaseDocument* doc, const RenderOptions& options, BitmapPtr* firstFrame, String* error,
                     Bool* badInput = nullptr);
+
+/// Waits until the render threads have ended. Call it once no render runs any more, before the
+/// program ends, so that the process exits with no worker still running under the feet of a leak
+/// checker's stop-the-world.
+void JoinRenderThreads();
 } // namespace host

@@ -1,19 +1,8 @@
 // Reading pictures for the render.
 #include "render/render_picture.h"
 
-#include <unistd.h>
-
-#include <limits>
-
 namespace host::render
 {
-double PhysicalMemory()
-{
-  const long pages = sysconf(_SC_PHYS_PAGES), pageSize = sysconf(_SC_PAGE_SIZE);
-  return pages > 0 && pageSize > 0 ? static_cast<double>(pages) * static_cast<double>(pageSize)
-                                   : std::numeric_limits<double>::infinity();
-}
-
 Bool Picture::Load(const Filename& file, String* error)
 {
   const char* why = nullptr;

@@ -12,9 +12,6 @@
 
 namespace host::render
 {
-/// Bytes of memory the machine has; infinite where the system doesn't say.
-double PhysicalMemory();
-
 /// Picture position (u to the right, v downward, both 0 to 1) of a direction: u = 0.5 looks along
 /// +Z, 0.75 towards +X, 0.25 towards −X; v = 0 straight up. `d` must have length 1.
 /// Inverse: EquirectToDirection.
