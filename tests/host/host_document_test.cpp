@@ -1,4 +1,4 @@
-// Documents: object trees, tags, render settings with video posts, views, and the console.
+// Documents: object trees, tags, the render view, the active document and the registry.
 #include <gtest/gtest.h>
 
 #include "c4d.h"
@@ -29,76 +29,39 @@ TEST_F(DocTest, NodesKnowTheirDocumentAtAnyDepth)
   ASSERT_NE(tag, nullptr);
   EXPECT_EQ(cam->GetDocument(), doc);
   EXPECT_EQ(tag->GetDocument(), doc);
-  EXPECT_EQ(tag->GetObject(), cam);
-  EXPECT_EQ(cam->GetTag(Tprotection), tag);
-  EXPECT_EQ(cam->GetTag(Tprotection, 1), nullptr);
-  EXPECT_EQ(doc->GetActiveRenderData()->GetDocument(), doc);
   EXPECT_EQ(doc->SearchObject(String()), rig) << "unnamed objects match the empty name";
   cam->SetName(String("Dome"));
   EXPECT_EQ(doc->SearchObject(String("Dome")), cam);
-
-  EXPECT_TRUE(cam->KillTag(Tprotection));
-  EXPECT_EQ(cam->GetFirstTag(), nullptr);
   cam->Remove();
   EXPECT_EQ(cam->GetDocument(), nullptr) << "a removed object belongs to no document";
+  EXPECT_EQ(tag->GetDocument(), nullptr);
   BaseObject::Free(cam);
 }
 
-TEST_F(DocTest, VideoPostsKeepTheirOrder)
-{
-  RenderData* rd = doc->GetActiveRenderData();
-  ASSERT_NE(rd, nullptr);
-  BaseVideoPost* a = BaseVideoPost::Alloc(100);
-  BaseVideoPost* b = BaseVideoPost::Alloc(200);
-  BaseVideoPost* c = BaseVideoPost::Alloc(300);
-  rd->InsertVideoPost(a);
-  rd->InsertVideoPostLast(c);
-  rd->InsertVideoPost(b, a);
-  EXPECT_EQ(rd->GetFirstVideoPost(), a);
-  EXPECT_EQ(a->GetNext(), b);
-  EXPECT_EQ(b->GetNext(), c);
-  a->Remove();
-  BaseVideoPost::Free(a);
-  EXPECT_EQ(rd->GetFirstVideoPost(), b) << "removing the first moves the head";
-  EXPECT_EQ(rd->GetDataInstance()->GetInt32(RDATA_XRES), 800);
-}
-
-TEST_F(DocTest, RenderViewCameraLink)
+TEST_F(DocTest, ADeletedCameraLeavesNoDanglingViewLink)
 {
   BaseDraw* view = doc->GetRenderBaseDraw();
   ASSERT_NE(view, nullptr);
-  EXPECT_FALSE(view->HasCameraLink());
   EXPECT_EQ(view->GetSceneCamera(doc), view->GetEditorCamera()) << "without a link the view shoots its own camera";
   BaseObject* cam = BaseObject::Alloc(Ocamera);
   doc->InsertObject(cam, nullptr, nullptr);
   view->SetSceneCamera(cam);
-  EXPECT_TRUE(view->HasCameraLink());
   EXPECT_EQ(view->GetSceneCamera(doc), cam);
   cam->Remove();
   BaseObject::Free(cam);
-  EXPECT_FALSE(view->HasCameraLink()) << "a deleted camera leaves no dangling link";
-  view->SetSceneCamera(nullptr);
-  EXPECT_EQ(view->GetProjection(), CAMERA_PERSPECTIVE);
+  EXPECT_FALSE(view->HasCameraLink());
+  EXPECT_EQ(view->GetSceneCamera(doc), view->GetEditorCamera());
 }
 
-TEST_F(DocTest, ActiveDocumentAndConsole)
+TEST_F(DocTest, KillingTheActiveDocumentActivatesAnother)
 {
-  EXPECT_EQ(GetActiveDocument(), doc);
   BaseDocument* second = BaseDocument::Alloc();
   InsertBaseDocument(second);
   EXPECT_EQ(GetActiveDocument(), doc);
   KillDocument(doc);
-  EXPECT_EQ(GetActiveDocument(), second) << "killing the active document activates another";
+  EXPECT_EQ(GetActiveDocument(), second);
   KillDocument(second);
   EXPECT_EQ(GetActiveDocument(), nullptr);
-
-  GePrint(String("first"));
-  GePrint(String("second line"));
-  EXPECT_EQ(host::App().console.Lines().size(), 2u);
-  EXPECT_TRUE(host::App().console.Contains(String("cond l")));
-  EXPECT_FALSE(host::App().console.Contains(String("third")));
-  EventAdd();
-  EXPECT_EQ(host::App().ui.eventAdds, 1);
 }
 
 TEST_F(DocTest, PluginFolderAndRegistryIds)

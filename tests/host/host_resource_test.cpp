@@ -97,22 +97,18 @@ TEST_F(ResourceTest, DescriptionsOfThePlugin)
   EXPECT_EQ(fov->GetInt32(DESC_PARENTGROUP), 1007) << "the dome's field sits in the dome group";
   EXPECT_EQ(fov->GetString(DESC_NAME), String("Field of View"));
 
-  // Every parameter of both tables is in its description.
-  const Int32 tagIds[] = {1000, 1001, 1003, 1004, 1005, 1006, 1007, 1008, 1009, 1010, 1011, 1012, 1013, 1014, 1015, 1016,
-                          1017, 1018, 1019, 1020, 1021, 1022, 1024, 1025, 1026, 1027, 1028, 1029, 1030, 1031, 1032, 1033,
-                          1034, 1035, 1036, 1037, 1038, 1040, 1041, 1042, 1043, 1044, 1045, 1046, 1047, 1048, 1049, 1050,
-                          1052, 1053, 1054};
-  for (Int32 t : tagIds)
-    EXPECT_NE(desc.GetParameterI(DescID(t)), nullptr) << "tag parameter " << t;
+  // Every parameter of both tables is in its description, by ranges of ids.
   Description vpDesc;
   ASSERT_TRUE(vpDesc.LoadDescription(String("OrlixCam")));
-  for (Int32 v = 1058; v <= 1093; ++v)
-    EXPECT_NE(vpDesc.GetParameterI(DescID(v)), nullptr) << "cube cell " << v;
-  const Int32 vpIds[] = {1000, 1011, 1012, 1013, 1014, 1015, 1016, 1017, 1018, 1019, 1020, 1023, 1024, 1026, 1027, 1028,
-                         1029, 1030, 1031, 1032, 1033, 1034, 1035, 1036, 1037, 1038, 1039, 1040, 1041, 1042, 1043, 1044,
-                         1045, 1046, 1047, 1048, 1049, 1050, 1051, 1052, 1053, 1054, 1055, 1056, 1057, 1096, 1097, 1098};
-  for (Int32 v : vpIds)
-    EXPECT_NE(vpDesc.GetParameterI(DescID(v)), nullptr) << "video post parameter " << v;
+  const struct
+  {
+    Description& d;
+    Int32 first, last;
+  } ranges[] = {{desc, 1000, 1001}, {desc, 1003, 1022}, {desc, 1024, 1038}, {desc, 1040, 1050}, {desc, 1052, 1054},
+                {vpDesc, 1000, 1000}, {vpDesc, 1011, 1020}, {vpDesc, 1023, 1024}, {vpDesc, 1026, 1093}, {vpDesc, 1096, 1098}};
+  for (const auto& r : ranges)
+    for (Int32 id = r.first; id <= r.last; ++id)
+      EXPECT_NE(r.d.GetParameterI(DescID(id)), nullptr) << (&r.d == &desc ? "tag" : "video post") << " parameter " << id;
   EXPECT_FALSE(Description().LoadDescription(String("Unknown")));
 }
 
@@ -137,14 +133,17 @@ TEST_F(ResourceTest, StringTableMistakesNameTheLine)
   const host::SymbolTable symbols = {{"IDS_A", 10000}};
   std::vector<std::pair<Int32, String>> out;
   std::string error;
-  EXPECT_FALSE(host::ParseStringTable("STRINGTABLE\n{\n  IDS_A \"open\n}\n", "s.str", symbols, out, &error));
-  EXPECT_EQ(error, "s.str:3: unterminated string");
-  EXPECT_FALSE(host::ParseStringTable("STRINGTABLE\n{\n  IDS_B \"x\";\n}\n", "s.str", symbols, out, &error));
-  EXPECT_EQ(error, "s.str:3: unknown symbol 'IDS_B'");
-  EXPECT_FALSE(host::ParseStringTable("STRINGTABLE\n{\n  IDS_A \"x\"\n}\n", "s.str", symbols, out, &error));
-  EXPECT_EQ(error, "s.str:4: expected ';' after the text of 'IDS_A', found '}'");
-  EXPECT_FALSE(host::ParseStringTable("STRINGTABLE\n{\n  IDS_A \"x\";\n", "s.str", symbols, out, &error));
-  EXPECT_EQ(error, "s.str:4: expected a symbol, found the end of the file") << "a truncated table";
+  const std::pair<const char*, const char*> cases[] = {
+    {"STRINGTABLE\n{\n  IDS_A \"open\n}\n", "s.str:3: unterminated string"},
+    {"STRINGTABLE\n{\n  IDS_B \"x\";\n}\n", "s.str:3: unknown symbol 'IDS_B'"},
+    {"STRINGTABLE\n{\n  IDS_A \"x\"\n}\n", "s.str:4: expected ';' after the text of 'IDS_A', found '}'"},
+    {"STRINGTABLE\n{\n  IDS_A \"x\";\n", "s.str:4: expected a symbol, found the end of the file"},
+  };
+  for (const auto& [text, message] : cases)
+  {
+    EXPECT_FALSE(host::ParseStringTable(text, "s.str", symbols, out, &error)) << text;
+    EXPECT_EQ(error, message);
+  }
   out.clear();
   ASSERT_TRUE(host::ParseStringTable("STRINGTABLE { IDS_A \"line\\none\" \" more\"; }", "s.str", symbols, out, &error)) << error;
   EXPECT_EQ(out[0].second, String("line\none more"));
@@ -157,21 +156,23 @@ TEST_F(ResourceTest, BrokenDescriptionFilesAreRefusedWithFileAndLine)
   Write(dir + "/strings_en-US/description/Broken.str", "STRINGTABLE Broken { Broken \"B\"; BROKEN_A \"A\"; }\n");
   String error;
 
-  Write(dir + "/description/Broken.res", "CONTAINER Broken\n{\n  NAME Broken;\n  BOOL BROKEN_A { }\n  LONG BROKEN_C { }\n}\n");
-  EXPECT_EQ(host::Descriptions().Load(Filename(dir.c_str()), String("Broken"), &error), nullptr);
-  EXPECT_EQ(error, String((dir + "/description/Broken.res:5: unknown symbol 'BROKEN_C'").c_str()));
-
-  Write(dir + "/description/Broken.res", "CONTAINER Broken\n{\n  NAME Broken;\n  BOOL BROKEN_A {\n");
-  EXPECT_EQ(host::Descriptions().Load(Filename(dir.c_str()), String("Broken"), &error), nullptr);
-  EXPECT_EQ(error, String((dir + "/description/Broken.res:5: expected '}' to close 'BOOL' of line 4, found the end of the file").c_str()));
-
-  Write(dir + "/description/Broken.res", "CONTAINER Broken\n{\n  TOGGLE BROKEN_A { }\n}\n");
-  EXPECT_EQ(host::Descriptions().Load(Filename(dir.c_str()), String("Broken"), &error), nullptr);
-  EXPECT_EQ(error, String((dir + "/description/Broken.res:3: unknown element 'TOGGLE'").c_str()));
-
-  Write(dir + "/description/Broken.res", "CONTAINER Broken\n{\n  REAL BROKEN_A { MIN low; }\n}\n");
-  EXPECT_EQ(host::Descriptions().Load(Filename(dir.c_str()), String("Broken"), &error), nullptr);
-  EXPECT_EQ(error, String((dir + "/description/Broken.res:3: 'MIN' needs a number").c_str()));
+  const struct
+  {
+    const char* res;
+    std::string where;
+  } cases[] = {
+    {"CONTAINER Broken\n{\n  NAME Broken;\n  BOOL BROKEN_A { }\n  LONG BROKEN_C { }\n}\n", "5: unknown symbol 'BROKEN_C'"},
+    {"CONTAINER Broken\n{\n  NAME Broken;\n  BOOL BROKEN_A {\n",
+     "5: expected '}' to close 'BOOL' of line 4, found the end of the file"},
+    {"CONTAINER Broken\n{\n  TOGGLE BROKEN_A { }\n}\n", "3: unknown element 'TOGGLE'"},
+    {"CONTAINER Broken\n{\n  REAL BROKEN_A { MIN low; }\n}\n", "3: 'MIN' needs a number"},
+  };
+  for (const auto& c : cases)
+  {
+    Write(dir + "/description/Broken.res", c.res);
+    EXPECT_EQ(host::Descriptions().Load(Filename(dir.c_str()), String("Broken"), &error), nullptr);
+    EXPECT_EQ(error, String((dir + "/description/Broken.res:" + c.where).c_str()));
+  }
 
   std::remove((dir + "/strings_en-US/description/Broken.str").c_str());
   Write(dir + "/description/Broken.res", "CONTAINER Broken\n{\n  BOOL BROKEN_A { }\n}\n");

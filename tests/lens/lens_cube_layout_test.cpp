@@ -1,6 +1,8 @@
 // Cube layouts: the grid of each layout and turn, and the face rectangles planned from it.
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "cube_layout.h"
 
 namespace
@@ -9,137 +11,100 @@ struct Grid
 {
   LensChannel cells[kGridCells];
   Vector size;
-  int Face(int c, int r) { return GridCell(cells, c, r).channelIndex; }
-  int Rotation(int c, int r) { return GridCell(cells, c, r).rotation; }
-  int Filled() const
-  {
-    int n = 0;
-    for (const LensChannel& cell : cells)
-      n += cell.channelIndex >= 0;
-    return n;
-  }
 };
 
-Grid Build(int layout, int turn = 1)
+Grid Build(int layout, int turn = 1, int face = 5)
 {
   CubeLayoutSettings s;
   s.layout = layout;
   s.turn = turn;
+  s.face = face;
   Grid g;
   g.cells[7].channelIndex = 3; // stale content from an earlier layout must go
   BuildCubeGrid(s, g.cells, g.size);
   return g;
 }
-constexpr int L = 0, R = 1, D = 2, U = 3, B = 4, F = 5;
+
+// The grid row by row, '/' between rows: a face's letter, lower case when it stands on its head,
+// '.' for an empty cell.
+std::string Picture(Grid& g)
+{
+  std::string out;
+  for (int r = 0; r < g.size.y; ++r)
+  {
+    out += r ? "/" : "";
+    for (int c = 0; c < g.size.x; ++c)
+    {
+      const LensChannel& cell = GridCell(g.cells, c, r);
+      const char letter = cell.channelIndex < 0 ? '.' : "LRDUBF"[cell.channelIndex];
+      out += cell.rotation == 180 ? static_cast<char>(letter - 'A' + 'a') : letter;
+    }
+  }
+  return out;
+}
+
+int Filled(const Grid& g)
+{
+  int n = 0;
+  for (const LensChannel& cell : g.cells)
+    n += cell.channelIndex >= 0;
+  return n;
+}
 } // namespace
 
-TEST(CubeLayout, HorizontalCrossFollowsTheTurn)
+TEST(CubeLayout, EveryLayoutAndTurn)
 {
-  Grid g = Build(0);
-  EXPECT_EQ(g.size, Vector(4, 3, 0));
-  EXPECT_EQ(g.Face(1, 0), U);
-  EXPECT_EQ(g.Face(0, 1), L);
-  EXPECT_EQ(g.Face(1, 1), F);
-  EXPECT_EQ(g.Face(2, 1), R);
-  EXPECT_EQ(g.Face(3, 1), B);
-  EXPECT_EQ(g.Face(1, 2), D);
-  EXPECT_EQ(g.Face(0, 0), -1) << "the cross leaves its corners empty";
-  EXPECT_EQ(g.Filled(), 6);
-
-  g = Build(0, 3);
-  EXPECT_EQ(g.Face(3, 1), F);
-  EXPECT_EQ(g.Face(0, 1), R);
-  EXPECT_EQ(g.Face(1, 1), B);
-  EXPECT_EQ(g.Face(2, 1), L);
-  EXPECT_EQ(g.Face(3, 0), U);
-  EXPECT_EQ(g.Face(3, 2), D);
-  EXPECT_EQ(Build(0, 5).Face(1, 1), F) << "the turn counts modulo 4";
-}
-
-TEST(CubeLayout, VerticalCrossTurnsTheBackFace)
-{
-  Grid g = Build(1, 0);
-  EXPECT_EQ(g.size, Vector(3, 4, 0));
-  EXPECT_EQ(g.Face(0, 0), L);
-  EXPECT_EQ(g.Face(1, 0), F);
-  EXPECT_EQ(g.Face(2, 0), R);
-  EXPECT_EQ(g.Face(1, 1), D);
-  EXPECT_EQ(g.Face(1, 2), B);
-  EXPECT_EQ(g.Rotation(1, 2), 180);
-  EXPECT_EQ(g.Face(1, 3), U);
-  EXPECT_EQ(g.Rotation(1, 3), 0);
-}
-
-TEST(CubeLayout, SlotLayoutsAndTheSingleFace)
-{
-  const Vector sizes[] = {{6, 1, 0}, {3, 2, 0}, {1, 6, 0}, {2, 3, 0}};
-  for (int layout = 2; layout <= 5; ++layout)
+  const struct { int layout, turn, face; const char* picture; } rows[] = {
+    {0, 1, 5, ".U../LFRB/.D.."},
+    {0, 3, 5, "...U/RBLF/...D"},
+    {0, 5, 5, ".U../LFRB/.D.."},             // the turn counts modulo 4
+    {0, -3, 5, "U.../FRBL/D..."},            // a negative turn is held to the band's start
+    {1, 0, 5, "LFR/.D./.b./.U."},            // the face behind front stands on its head
+    {2, 1, 5, "RLUDFB"},                     // the default slots
+    {3, 1, 5, "RLU/DFB"},
+    {4, 1, 5, "R/L/U/D/F/B"},
+    {5, 1, 5, "RD/LF/UB"},                   // slots down the first column, then the second
+    {6, 1, 5, "F"},
+    {6, 1, 6, "."},                          // a face number beyond 0..5 leaves the cell empty
+    {-1, 1, 5, ""}, {7, 1, 5, ""}, {1000, 1, 5, ""},
+  };
+  for (const auto& row : rows)
   {
-    Grid g = Build(layout);
-    EXPECT_EQ(g.size, sizes[layout - 2]) << "layout " << layout;
-    EXPECT_EQ(g.Filled(), 6) << "layout " << layout;
-    EXPECT_EQ(g.Face(0, 0), R) << "slot 1 holds right by default, layout " << layout;
+    Grid g = Build(row.layout, row.turn, row.face);
+    const std::string want = row.picture;
+    EXPECT_EQ(Picture(g), want) << "layout " << row.layout << " turn " << row.turn;
+    // Nothing written outside the layout's own cells.
+    int letters = 0;
+    for (const char ch : want)
+      letters += ch != '.' && ch != '/';
+    EXPECT_EQ(Filled(g), letters) << "layout " << row.layout << " turn " << row.turn;
   }
-  EXPECT_EQ(Build(3).Face(0, 1), D) << "layout 3: slot 4 starts the second row";
-  EXPECT_EQ(Build(5).Face(1, 0), D) << "layout 5: slot 4 starts the second column";
-
-  CubeLayoutSettings same;
-  same.layout = 2;
-  for (int& slot : same.slots)
-    slot = F;
-  Grid twice;
-  BuildCubeGrid(same, twice.cells, twice.size);
-  EXPECT_EQ(twice.Filled(), 6) << "a face may stand in several slots";
-
-  Grid one = Build(6);
-  EXPECT_EQ(one.size, Vector(1, 1, 0));
-  EXPECT_EQ(one.Face(0, 0), F);
-  CubeLayoutSettings bad;
-  bad.layout = 6;
-  bad.face = 6;
-  BuildCubeGrid(bad, one.cells, one.size);
-  EXPECT_EQ(one.Filled(), 0) << "a face number beyond 0..5 leaves the cell empty";
 }
 
-TEST(CubeLayout, LayoutOutOfRangeLeavesAnEmptyGrid)
+TEST(CubeLayout, PlannedAreasGoRowByRowAndLeaveNoColumnOut)
 {
-  for (int layout : {-1, 7, 1000})
-  {
-    Grid g = Build(layout);
-    EXPECT_EQ(g.size, Vector()) << layout;
-    EXPECT_EQ(g.Filled(), 0) << layout;
-    LensChannel faces[6];
-    EXPECT_EQ(PlanCubeFaceAreas(g.cells, g.size, 1000, 1000, faces), 0);
-  }
-  EXPECT_EQ(Build(0, -3).Filled(), 6) << "a negative turn must not write outside the grid";
-}
-
-TEST(CubeLayout, PlannedAreasGoRowByRow)
-{
-  Grid g = Build(0);
+  Grid cross = Build(0);
   LensChannel faces[6];
-  ASSERT_EQ(PlanCubeFaceAreas(g.cells, g.size, 2000, 1500, faces), 6);
-  const int order[6] = {U, L, F, R, B, D};
-  for (int k = 0; k < 6; ++k)
-    EXPECT_EQ(faces[k].channelIndex, order[k]) << "face " << k;
+  ASSERT_EQ(PlanCubeFaceAreas(cross.cells, cross.size, 2000, 1500, faces), 6);
+  std::string order;
+  for (const LensChannel& f : faces)
+    order += "LRDUBF"[f.channelIndex];
+  EXPECT_EQ(order, "ULFRBD");
   EXPECT_EQ(faces[0].area.start, Vector(500, 0, 0));
   EXPECT_EQ(faces[0].area.end, Vector(999, 499, 0));
-  EXPECT_EQ(faces[0].area.width, 500);
   EXPECT_EQ(faces[5].area.start, Vector(500, 1000, 0));
   EXPECT_EQ(faces[5].area.end, Vector(999, 1499, 0));
-}
 
-TEST(CubeLayout, FractionalCellsLeaveNoColumnOut)
-{
-  Grid g = Build(3);
-  LensChannel faces[6];
-  ASSERT_EQ(PlanCubeFaceAreas(g.cells, g.size, 1000, 1000, faces), 6);
-  EXPECT_EQ(faces[0].area.start.x, 0);
+  // A third of 1000 pixels: the cells' edges are truncated, the last column is one pixel wider.
+  Grid block = Build(3);
+  ASSERT_EQ(PlanCubeFaceAreas(block.cells, block.size, 1000, 1000, faces), 6);
   EXPECT_EQ(faces[0].area.end.x, 332);
   EXPECT_EQ(faces[1].area.start.x, 333);
   EXPECT_EQ(faces[1].area.end.x, 665);
   EXPECT_EQ(faces[2].area.start.x, 666);
-  EXPECT_EQ(faces[2].area.end.x, 999);
-  EXPECT_EQ(faces[2].area.width, 334) << "the last column is one pixel wider";
+  EXPECT_EQ(faces[2].area.width, 334);
   EXPECT_EQ(faces[3].area.start.y, 500);
+
+  Grid none = Build(7);
+  EXPECT_EQ(PlanCubeFaceAreas(none.cells, none.size, 1000, 1000, faces), 0);
 }

@@ -68,11 +68,8 @@ TEST_F(SceneFile, LoadsEveryKindOfThing)
 {
   DocPtr d = LoadRich();
   ASSERT_TRUE(d);
-  EXPECT_EQ(d->GetFps(), 24);
   EXPECT_DOUBLE_EQ(d->GetMaxTime().Get(), 10.0);
-  const BaseContainer* rd = d->GetActiveRenderData()->GetDataInstance();
-  EXPECT_EQ(rd->GetInt32(RDATA_XRES), 640);
-  EXPECT_TRUE(rd->GetBool(RDATA_STEREO));
+  EXPECT_TRUE(d->GetActiveRenderData()->GetDataInstance()->GetBool(RDATA_STEREO));
   BaseVideoPost* vp = d->GetActiveRenderData()->GetFirstVideoPost();
   ASSERT_NE(vp, nullptr);
   EXPECT_EQ(vp->GetNext(), nullptr) << "the lens tag finds the listed video post instead of adding one";
@@ -87,7 +84,6 @@ TEST_F(SceneFile, LoadsEveryKindOfThing)
   const Matrix expected = MatrixMove(Vector(10, 20, 30)) * HPBToMatrix(Vector(30, -20, 10) * (kPi / 180.0)) *
                           MatrixScale(Vector(2, 2, 2)) * HPBToMatrix(Vector(0.1, 0.2, 0.3));
   EXPECT_TRUE(SameMatrix(cam->GetMg(), expected)) << "parent times child, heading-pitch-bank in degrees and radians";
-  EXPECT_DOUBLE_EQ(cam->GetDataInstance()->GetFloat(CAMERA_FOCUS), 24.0);
   BaseTag* tag = cam->GetFirstTag();
   ASSERT_NE(tag, nullptr);
   EXPECT_NEAR(tag->GetDataInstance()->GetFloat(ORLIXTAG_DOME_FOV), 220.0 * kPi / 180.0, 1e-12)
@@ -96,15 +92,8 @@ TEST_F(SceneFile, LoadsEveryKindOfThing)
   ASSERT_NE(map, nullptr) << "the separation map's shader lives in the tag";
   EXPECT_EQ(map->GetType(), Xgradient);
   EXPECT_EQ(d->GetRenderBaseDraw()->GetSceneCamera(d.get()), cam);
-  EXPECT_EQ(d->GetRenderBaseDraw()->GetProjection(), 1);
-
-  auto* tri = static_cast<PolygonObject*>(d->SearchObject(String("Tri")));
-  ASSERT_NE(tri, nullptr);
-  ASSERT_EQ(tri->GetPolygonCount(), 2);
-  EXPECT_EQ(tri->GetPointR()[3], Vector(100, 100, 0));
-  ASSERT_NE(tri->GetUVWR(), nullptr);
-  EXPECT_EQ(tri->GetUVWR()[0].c, Vector(0, 0, 0)) << "OBJ's v upward becomes the host's v downward";
   EXPECT_EQ(d->SearchObject(String("Ball"))->GetRenderMode(), MODE_OFF);
+  // OBJ meshes in detail are the host's scene test's.
 }
 
 TEST_F(SceneFile, SavingAndLoadingAgainGivesTheSameDocument)
@@ -114,9 +103,6 @@ TEST_F(SceneFile, SavingAndLoadingAgainGivesTheSameDocument)
   DocPtr second = RoundTrip(first.get());
   ASSERT_TRUE(second);
 
-  EXPECT_EQ(first->GetFps(), second->GetFps());
-  EXPECT_EQ(first->GetMinTime().Get(), second->GetMinTime().Get());
-  EXPECT_EQ(first->GetMaxTime().Get(), second->GetMaxTime().Get());
   EXPECT_EQ(first->GetTime().Get(), second->GetTime().Get());
   EXPECT_TRUE(*first->GetActiveRenderData()->GetDataInstance() == *second->GetActiveRenderData()->GetDataInstance());
   BaseVideoPost* va = first->GetActiveRenderData()->GetFirstVideoPost();
@@ -128,7 +114,6 @@ TEST_F(SceneFile, SavingAndLoadingAgainGivesTheSameDocument)
   ExpectSameTree(first->GetFirstObject(), second->GetFirstObject(), first.get(), second.get(), compared);
   EXPECT_EQ(compared, 10);
   EXPECT_EQ(second->GetRenderBaseDraw()->GetSceneCamera(second.get())->GetName(), String("Cam"));
-  EXPECT_EQ(second->GetRenderBaseDraw()->GetProjection(), first->GetRenderBaseDraw()->GetProjection());
 
   // A second save of the reloaded document writes the same text: nothing drifts.
   ASSERT_TRUE(RoundTrip(second.get(), "again.json"));
@@ -205,20 +190,16 @@ TEST_F(SceneFile, SavingIntoAFolderThatCantBeWrittenLeavesNothing)
 
 TEST_F(SceneFile, ParameterValuesForTheCommandLine)
 {
+  // Unknown names, cycle symbols and values out of range go through the command line's --set in
+  // its own tests.
   BaseTag* tag = AddTaggedCamera("Cam")->GetFirstTag();
-  // A value out of a cycle's range goes through the command line's --set in its own test.
   Int32 id = 0;
-  ASSERT_TRUE(host::scene::ResolveParameter("ORLIXTAG_DOME_FOV", &id));
-  EXPECT_EQ(id, ORLIXTAG_DOME_FOV);
   ASSERT_TRUE(host::scene::ResolveParameter("1006", &id));
   EXPECT_EQ(id, 1006);
-  EXPECT_FALSE(host::scene::ResolveParameter("ORLIXTAG_MISSING", &id));
   GeData value;
   std::string problem;
   ASSERT_TRUE(host::scene::ParseParameterValue(tag, ORLIXTAG_DOME_FOV, "{\"deg\": 90}", &value, &problem)) << problem;
   EXPECT_NEAR(value.GetFloat(), kPi / 2, 1e-15);
-  ASSERT_TRUE(host::scene::ParseParameterValue(tag, ORLIXTAG_LENS, "ORLIXTAG_LENS_CUBEMAP", &value, &problem)) << problem;
-  EXPECT_EQ(value.GetInt32(), 3);
   EXPECT_FALSE(host::scene::ParseParameterValue(tag, ORLIXTAG_STEREO, "maybe", &value, &problem));
   EXPECT_NE(problem.find("expected true or false"), std::string::npos) << problem;
 }
@@ -244,45 +225,11 @@ TEST_F(SceneFile, TheExampleFixtureIsTheDocumentedOneAndLoads)
   host::scene::SceneError error;
   DocPtr d(host::scene::LoadScene(fixtures + "dome-demo.json", &error));
   ASSERT_TRUE(d) << error.Message();
-  ASSERT_NE(d->GetActiveRenderData()->GetFirstVideoPost(), nullptr);
-  EXPECT_EQ(d->GetActiveRenderData()->GetFirstVideoPost()->GetDataInstance()->GetString(ORLIXVP_TEXT),
-            String("Dome demo, take 3"));
   BaseObject* cam = d->SearchObject(String("Dome Camera"));
   ASSERT_NE(cam, nullptr);
-  EXPECT_EQ(d->GetRenderBaseDraw()->GetSceneCamera(d.get()), cam);
   EXPECT_NE(cam->GetFirstTag(), nullptr);
   auto* statue = static_cast<PolygonObject*>(d->SearchObject(String("Statue")));
   ASSERT_NE(statue, nullptr);
   EXPECT_EQ(statue->GetPolygonCount(), 5) << "the mesh comes from the OBJ file beside the scene";
   EXPECT_EQ(statue->GetUp(), d->SearchObject(String("Ring")));
-}
-
-TEST_F(SceneFile, SymbolsIdsAndDegreesNameTheSameValues)
-{
-  // The same tag written three ways: by symbol with degrees, by decimal id with radians, and
-  // with the value's own symbol.
-  const char* ways[] = {
-    R"({"ORLIXTAG_LENS": 1, "ORLIXTAG_DOME_FOV": {"deg": 180}, "ORLIXTAG_STEREO": true})",
-    R"({"1006": 1, "1008": 3.141592653589793, "ORLIXTAG_STEREO": 1})",
-    R"({"ORLIXTAG_LENS": "ORLIXTAG_LENS_DOME", "ORLIXTAG_DOME_FOV": {"deg": 180}, "ORLIXTAG_STEREO": true})",
-  };
-  ASSERT_EQ(ORLIXTAG_LENS, 1006);
-  ASSERT_EQ(ORLIXTAG_DOME_FOV, 1008);
-  BaseContainer first;
-  for (const char* way : ways)
-  {
-    SCOPED_TRACE(way);
-    host::scene::SceneError error;
-    DocPtr d = Load(std::string(R"({"format": "orlixcam-scene/1", "objects": [{"type": "camera", "tags": [)"
-                                R"({"type": "OrlixTag", "params": )") + way + "}]}]}", &error);
-    ASSERT_TRUE(d) << error.Message();
-    const BaseContainer* tag = d->GetFirstObject()->GetFirstTag()->GetDataInstance();
-    EXPECT_EQ(tag->GetInt32(ORLIXTAG_LENS), ORLIXTAG_LENS_DOME);
-    EXPECT_NEAR(tag->GetFloat(ORLIXTAG_DOME_FOV), kPi, 1e-15);
-    EXPECT_TRUE(tag->GetBool(ORLIXTAG_STEREO));
-    if (way == ways[0])
-      first = *tag;
-    else
-      EXPECT_TRUE(*tag == first) << "differs from the first way";
-  }
 }

@@ -1,10 +1,9 @@
-// The lens tag's parameters and the video post it brings; the video post's own defaults.
-#include <cmath>
+// The lens tag: its priority, the video post it brings, and the pictures it loads from res/.
+#include <cstdlib>
+#include <string>
 
 #include "OrlixCamVP.h"
 #include "OrlixTag.h"
-#include "description/OrlixCam.h"
-#include "description/OrlixTag.h"
 #include "plugin_fixture.h"
 
 namespace
@@ -28,53 +27,15 @@ BaseVideoPost* LastVideoPost(RenderData* rd)
 using TagTest = PluginTest;
 } // namespace
 
-TEST_F(TagTest, NewTagWritesEveryDefault)
-{
-  BaseObject* cam = AddTaggedCamera("Dome Camera");
-  const BaseContainer& bc = *cam->GetTag(OrlixTag::ID)->GetDataInstance();
-  EXPECT_TRUE(bc.GetBool(ORLIXTAG_ENABLED));
-  EXPECT_TRUE(bc.GetBool(ORLIXTAG_EDITOR_RENDER_PERSPECTIVE));
-  EXPECT_FALSE(bc.GetBool(ORLIXTAG_EDITOR_RENDER_PARALLEL, true));
-  EXPECT_EQ(bc.GetInt32(ORLIXTAG_LENS, -1), 1);
-  EXPECT_EQ(bc.GetFloat(ORLIXTAG_DOME_FOV), PI);
-  EXPECT_EQ(bc.GetFloat(ORLIXTAG_PANO_FOV_H), PI2);
-  EXPECT_EQ(bc.GetFloat(ORLIXTAG_PANO_LAT_MAX) - bc.GetFloat(ORLIXTAG_PANO_LAT_MIN), PI) << "the vertical field is exactly pi";
-  EXPECT_EQ(bc.GetFloat(ORLIXTAG_CYL_FOV), PI2);
-  EXPECT_EQ(bc.GetFloat(ORLIXTAG_CYL_HEIGHT), 100.0);
-  EXPECT_EQ(bc.GetFloat(ORLIXTAG_CYL_RADIUS), 100.0);
-  EXPECT_EQ(bc.GetFloat(ORLIXTAG_EYE_SEPARATION), 6.5);
-  EXPECT_EQ(bc.GetFloat(ORLIXTAG_ZERO_PARALLAX), 1000.0);
-  EXPECT_EQ(bc.GetInt32(ORLIXTAG_CONVERGENCE), 1);
-  EXPECT_EQ(bc.GetInt32(ORLIXTAG_EYE_MODEL), 2);
-  EXPECT_TRUE(bc.GetBool(ORLIXTAG_PROBE));
-  EXPECT_EQ(bc.GetFloat(ORLIXTAG_SEPARATION_MAP_VALUE), 0.5);
-  EXPECT_EQ(bc.GetData(ORLIXTAG_SEPARATION_MAP).GetType(), DA_ALIASLINK);
-  EXPECT_EQ(bc.GetLink(ORLIXTAG_SEPARATION_MAP), nullptr);
-  EXPECT_EQ(bc.GetVector(ORLIXTAG_PROBE_PAD), Vector(0.5, 0.5, 0.0));
-  EXPECT_EQ(bc.GetInt32(ORLIXTAG_CUBE_PREVIEW_FACE), 5);
-
-  // Values worked out later are absent until then.
-  for (Int32 id : {ORLIXTAG_PROTECT_CAMERA, ORLIXTAG_PANO_FOV_V, ORLIXTAG_ASPECT_MONO, ORLIXTAG_ASPECT_STEREO,
-                   ORLIXTAG_ASPECT_LABEL_MONO, ORLIXTAG_ASPECT_LABEL_STEREO, ORLIXTAG_CREATED_BY})
-    EXPECT_EQ(bc.GetDataPointer(id), nullptr) << "parameter " << id << " must not be written by Init";
-  EXPECT_FALSE(bc.GetBool(ORLIXTAG_PROTECT_CAMERA));
-  EXPECT_EQ(bc.GetFloat(ORLIXTAG_ASPECT_MONO), 0.0);
-  EXPECT_TRUE(bc.GetString(ORLIXTAG_ASPECT_LABEL_MONO).IsEmpty());
-}
-
 TEST_F(TagTest, TagRunsCameraDependentAndLoadsItsPictures)
 {
-  BaseObject* cam = AddTaggedCamera("Cam");
-  BaseTag* tag = cam->GetTag(OrlixTag::ID);
+  BaseTag* tag = AddTaggedCamera("Cam")->GetTag(OrlixTag::ID);
   GeData priority;
   ASSERT_TRUE(tag->GetParameter(DescID(EXPRESSION_PRIORITY), priority));
   auto* pd = static_cast<PriorityData*>(priority.GetCustomDataType(CUSTOMDATATYPE_PRIORITY));
   ASSERT_NE(pd, nullptr);
   EXPECT_TRUE(pd->GetPriorityValue(PRIORITYVALUE_CAMERADEPENDENT).GetBool());
-
-  auto* data = static_cast<OrlixTag*>(tag->GetNodeData());
-  EXPECT_EQ(data->iconBitmaps[1]->GetBw(), 64);
-  EXPECT_GT(data->sideBitmaps[5]->GetBw(), 0);
+  EXPECT_GT(static_cast<OrlixTag*>(tag->GetNodeData())->sideBitmaps[5]->GetBw(), 0);
   EXPECT_FALSE(host::App().console.Contains(String("ERROR"))) << "every picture of res/ loads";
 }
 
@@ -86,26 +47,8 @@ TEST_F(TagTest, NewTagBringsTheVideoPostLast)
   ASSERT_EQ(CountVideoPosts(rd, OrlixCamVP::ID), 1);
   EXPECT_EQ(LastVideoPost(rd)->GetType(), OrlixCamVP::ID) << "inserted behind what was there";
 
-  // Its defaults are readable from its container.
-  const BaseContainer& vp = *LastVideoPost(rd)->GetDataInstance();
-  EXPECT_EQ(vp.GetInt32(ORLIXVP_ANAGLYPH_COLOURS), 3);
-  EXPECT_EQ(vp.GetFloat(ORLIXVP_ANAGLYPH_GAMMA), 1.0);
-  EXPECT_EQ(vp.GetFloat(ORLIXVP_TEXT_SIZE), 1.0);
-  EXPECT_EQ(vp.GetString(ORLIXVP_TEXT), String("TITLE\nDirected by\nProduced by\nMusic by\nLicence"));
-  EXPECT_TRUE(vp.GetBool(ORLIXVP_SHOW_INFO) && vp.GetBool(ORLIXVP_SHOW_TIMECODE) && vp.GetBool(ORLIXVP_SHOW_FRAME) &&
-              vp.GetBool(ORLIXVP_SHOW_TEXT));
-  EXPECT_FALSE(vp.GetBool(ORLIXVP_SLATE, true));
-  EXPECT_EQ(vp.GetInt32(ORLIXVP_CUBE_FACE), 5);
-  const Int32 slots[6] = {1, 0, 3, 2, 5, 4};
-  for (Int32 i = 0; i < 6; ++i)
-    EXPECT_EQ(vp.GetInt32(ORLIXVP_CUBE_SLOT_1 + i, -1), slots[i]) << "slot " << i + 1;
-  EXPECT_EQ(vp.GetInt32(ORLIXVP_CUBE_TURN), 1);
-  EXPECT_EQ(vp.GetDataPointer(ORLIXVP_STEREO_MODE), nullptr) << "the stereo mode is not written";
-  EXPECT_EQ(vp.GetDataPointer(ORLIXVP_TIME_OFFSET), nullptr);
-
   auto* state = static_cast<OrlixCamVP*>(LastVideoPost(rd)->GetNodeData());
-  EXPECT_GT(state->faceBitmaps[0]->GetBw(), 0) << "the layout pictures load at Init";
-  EXPECT_GT(state->faceBitmaps[6]->GetBw(), 0);
+  EXPECT_GT(state->faceBitmaps[6]->GetBw(), 0) << "the layout pictures load at Init";
   EXPECT_EQ(state->gridSize, Vector(4, 3, 0)) << "Init builds the default cross for the panel";
   EXPECT_EQ(state->areaGrid[1 * 6 + 1].channelIndex, 5) << "front in column 1, row 1";
 }
@@ -139,8 +82,7 @@ TEST_F(TagTest, TagWithoutAnyDocumentIsNotMade)
 
 TEST_F(TagTest, StereoSwitchIsReadFromTheTagsDocument)
 {
-  BaseObject* cam = AddTaggedCamera("Cam");
-  auto* tagData = static_cast<OrlixTag*>(cam->GetTag(OrlixTag::ID)->GetNodeData());
+  auto* tagData = static_cast<OrlixTag*>(AddTaggedCamera("Cam")->GetTag(OrlixTag::ID)->GetNodeData());
   EXPECT_FALSE(tagData->IsStereoRender(nullptr));
   doc->GetActiveRenderData()->GetDataInstance()->SetBool(RDATA_STEREO, true);
   EXPECT_TRUE(tagData->IsStereoRender(nullptr));
@@ -154,15 +96,8 @@ TEST_F(TagTest, MissingResFolderCostsEightLinesNotTheTag)
   ASSERT_NE(cam->GetTag(OrlixTag::ID), nullptr) << "the tag still comes up";
   const auto& lines = host::App().console.Lines();
   ASSERT_EQ(lines.size(), 8u);
-  int tif = 0, png = 0;
   for (const String& line : lines)
-  {
     EXPECT_TRUE(line.FindFirst(String("--- OrlixCam: >>> ERROR bmp not exist [/nonexistent/OrlixCam/res/"), nullptr, 0)) << line;
-    tif += line.FindFirst(String(".tif]"), nullptr, 0);
-    png += line.FindFirst(String(".png]"), nullptr, 0);
-  }
-  EXPECT_EQ(tif, 2);
-  EXPECT_EQ(png, 6);
 }
 
 TEST_F(TagTest, UnreadablePictureIsLoggedAsNotLoaded)
