@@ -17,11 +17,6 @@ namespace
 {
 constexpr Float kDeg = 3.14159265358979323846 / 180.0;
 
-std::string Str(const String& s)
-{
-  return s.GetStdString();
-}
-
 std::string Number(Float v)
 {
   char text[32];
@@ -33,6 +28,37 @@ std::string Number(Float v)
 void Fail(const std::string& path, const std::string& problem)
 {
   throw SceneProblem{path.empty() ? "/" : path, problem};
+}
+
+void AllowKeys(const Json& obj, const std::string& path, std::initializer_list<const char*> keys, const std::string& what)
+{
+  for (auto it = obj.begin(); it != obj.end(); ++it)
+  {
+    bool known = false;
+    for (const char* k : keys)
+      known = known || it.key() == k;
+    if (!known)
+      Fail(path + "/" + it.key(), "unknown key for " + what);
+  }
+}
+
+const Json& Member(const Json& obj, const char* key, const std::string& path)
+{
+  if (!obj.contains(key))
+    Fail(path, std::string("missing \"") + key + "\"");
+  return obj[key];
+}
+
+void RequireObject(const Json& v, const std::string& path)
+{
+  if (!v.is_object())
+    Fail(path, "expected an object, found " + Kind(v));
+}
+
+void RequireArray(const Json& v, const std::string& path)
+{
+  if (!v.is_array())
+    Fail(path, "expected an array, found " + Kind(v));
 }
 
 std::string Kind(const Json& v)
@@ -150,7 +176,7 @@ Int32 FindPluginType(const Json& v, const std::string& path, Bool videoPost)
   }
   const std::string name = ReadString(v, path);
   for (const PluginEntry& e : App().plugins.All())
-    if (e.kind == kind && (Str(e.description) == name || Str(e.name) == name))
+    if (e.kind == kind && (e.description.GetStdString() == name || e.name.GetStdString() == name))
       return e.id;
   Fail(path, std::string("unknown ") + what + " type \"" + name + "\"");
 }
@@ -326,8 +352,8 @@ Json WriteShader(const BaseShader* sh, const std::string& folder)
 GeData ReadParameter(const Json& v, const std::string& path, const BaseContainer& settings,
                      const DescriptionResource& desc, BaseList2D* node, const std::string& folder)
 {
-  const std::string type = Str(settings.GetString(DESC_TYPE));
-  const std::string unit = Str(settings.GetString(DESC_UNIT));
+  const std::string type = settings.GetString(DESC_TYPE).GetStdString();
+  const std::string unit = settings.GetString(DESC_UNIT).GetStdString();
   if (type == "BOOL")
     return GeData(ReadBool(v, path));
   if (type == "LONG")
@@ -394,8 +420,8 @@ GeData ReadParameter(const Json& v, const std::string& path, const BaseContainer
 
 Json WriteParameter(const GeData& value, const BaseContainer& settings, const BaseDocument* doc, const std::string& folder)
 {
-  const std::string type = Str(settings.GetString(DESC_TYPE));
-  const std::string unit = Str(settings.GetString(DESC_UNIT));
+  const std::string type = settings.GetString(DESC_TYPE).GetStdString();
+  const std::string unit = settings.GetString(DESC_UNIT).GetStdString();
   if (type == "BOOL")
     return value.GetBool();
   if (type == "LONG")
@@ -405,9 +431,9 @@ Json WriteParameter(const GeData& value, const BaseContainer& settings, const Ba
   if (type == "VECTOR")
     return WriteVector(value.GetVector());
   if (type == "STRING")
-    return Str(value.GetString());
+    return value.GetString().GetStdString();
   if (type == "FILENAME")
-    return RelativePath(Str(value.GetString()), folder);
+    return RelativePath(value.GetString().GetStdString(), folder);
   if (type == "BASETIME")
     return value.GetTime().Get();
   if (type == "SHADERLINK")

@@ -2,6 +2,7 @@
 // plug-in nodes checked against their descriptions. Shared by the loader and the saver.
 #pragma once
 
+#include <initializer_list>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -24,6 +25,13 @@ struct SceneProblem
 
 /// The JSON type's name as a reader would say it ("a string", "an array").
 std::string Kind(const Json& v);
+
+/// Fails on any key of `obj` that is not in `keys`: "unknown key for <what>".
+void AllowKeys(const Json& obj, const std::string& path, std::initializer_list<const char*> keys, const std::string& what);
+/// `obj[key]`; fails where it is missing.
+const Json& Member(const Json& obj, const char* key, const std::string& path);
+void RequireObject(const Json& v, const std::string& path);
+void RequireArray(const Json& v, const std::string& path);
 
 Float ReadNumber(const Json& v, const std::string& path);
 /// A whole number within [lo, hi].

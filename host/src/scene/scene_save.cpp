@@ -1,0 +1,186 @@
+// Saving a document as a scene file's JSON: the inverse of the loader, key for key.
+#include <algorithm>
+#include <cmath>
+
+#include "c4d_objects.h"
+#include "c4d_resource.h"
+#include "host_app.h"
+#include "scene/scene_io.h"
+#include "scene/scene_kinds.h"
+
+namespace host::scene
+{
+namespace
+{
+/// Heading, pitch and bank of a rotation matrix with unit axes: the inverse of HPBToMatrix.
+Vector MatrixToHPB(const Matrix& r)
+{
+  const Float p = std::asin(std::max(-1.0, std::min(1.0, r.v3.y)));
+  // Looking straight up or down, heading and bank turn about the same axis: all of it is bank.
+  const Float h = std::fabs(r.v3.y) > 1.0 - 1e-12 ? 0.0 : std::atan2(-r.v3.x, r.v3.z);
+  const Matrix rest = (MatrixRotY(h) * MatrixRotX(p)).GetInverse() * r;
+  const Float b = std::atan2(-rest.v1.y, rest.v1.x);
+  return Vector(h, p, b);
+}
+
+class Saver
+{
+public:
+  Saver(BaseDocument* d, std::string dir) : doc(d), folder(std::move(dir)) {}
+  Json Document();
+
+private:
+  Json Render();
+  Json Params(const BaseList2D* node, const DescriptionResource& desc);
+  Json Object(BaseObject* op);
+  void Placement(const BaseObject* op, Json* out);
+  void TagsAndChildren(BaseObject* op, Json* out);
+
+  BaseDocument* doc;
+  std::string folder;
+};
+
+Json Saver::Params(const BaseList2D* node, const DescriptionResource& desc)
+{
+  Json out = Json::object();
+  const BaseContainer* data = node->GetDataInstance();
+  for (const auto& [id, settings] : desc.entries)
+  {
+    const GeData* value = data->GetDataPointer(id);
+    if (!value || value->IsNil())
+      continue;
+    Json j = WriteParameter(*value, settings, doc, folder);
+    if (!j.is_null())
+      out[EntrySymbol(desc, id)] = j;
+  }
+  return out;
+}
+
+void Saver::Placement(const BaseObject* op, Json* out)
+{
+  const Matrix& ml = op->GetMl();
+  if (ml.off != Vector())
+    (*out)["position"] = WriteVector(ml.off);
+  Vector scale(ml.v1.GetLength(), ml.v2.GetLength(), ml.v3.GetLength());
+  Vector hpb = MatrixToHPB(Matrix(Vector(), ml.v1 * (1.0 / scale.x), ml.v2 * (1.0 / scale.y), ml.v3 * (1.0 / scale.z)));
+  const BaseContainer* given = op->GetDataInstance();
+  if (given->GetDataPointer(kObjectRotation) && given->GetDataPointer(kObjectScale))
+  {
+    // What the file said, as long as the object hasn't been turned or scaled since.
+    const Vector h = given->GetVector(kObjectRotation), s = given->GetVector(kObjectScale);
+    const Matrix m = MatrixMove(ml.off) * HPBToMatrix(h) * MatrixScale(s);
+    if (m.v1 == ml.v1 && m.v2 == ml.v2 && m.v3 == ml.v3)
+    {
+      hpb = h;
+      scale = s;
+    }
+  }
+  if (hpb != Vector())
+    (*out)["rotation"] = WriteAngles(hpb);
+  if (std::fabs(scale.x - 1.0) > 1e-12 || std::fabs(scale.y - 1.0) > 1e-12 || std::fabs(scale.z - 1.0) > 1e-12)
+    (*out)["scale"] = WriteVector(scale);
+}
+
+Json Saver::Object(BaseObject* op)
+{
+  const KindTable* kind = KindOf(op->GetType());
+  if (!kind)
+    Fail("/objects", "object \"" + op->GetName().GetStdString() + "\" has a type (" + std::to_string(op->GetType()) +
+                         ") that scene files don't hold");
+  Json out = Json::object();
+  out["type"] = kind->name;
+  out["name"] = op->GetName().GetStdString();
+  Placement(op, &out);
+  if (op->GetRenderMode() != MODE_UNDEF)
+    out["renderMode"] = op->GetRenderMode() == MODE_ON ? "on" : "off";
+
+  const BaseContainer* bc = op->GetDataInstance();
+  WriteKindKeys(*bc, *kind, folder, &out);
+  if (op->GetType() == Opolygon)
+    WriteMesh(static_cast<PolygonObject*>(op), folder, &out);
+  if (const GeData* m = bc->GetDataPointer(OBJECT_MATERIAL))
+    if (const BaseContainer* mc = m->GetContainer())
+    {
+      Json material = Json::object();
+      WriteKindKeys(*mc, MaterialKeys(), folder, &material);
+      out["material"] = material;
+    }
+  TagsAndChildren(op, &out);
+  return out;
+}
+
+void Saver::TagsAndChildren(BaseObject* op, Json* out)
+{
+  Json tags = Json::array();
+  for (BaseTag* t = op->GetFirstTag(); t; t = t->GetNext())
+  {
+    const DescriptionResource* desc = DescriptionOf(t->GetType());
+    if (!desc)
+      continue; // the host's own tags carry nothing a scene file holds
+    tags.push_back(Json{{"type", desc->name.GetStdString()}, {"params", Params(t, *desc)}});
+  }
+  if (!tags.empty())
+    (*out)["tags"] = tags;
+  Json children = Json::array();
+  for (BaseObject* c = op->GetDown(); c; c = c->GetNext())
+    children.push_back(Object(c));
+  if (!children.empty())
+    (*out)["children"] = children;
+}
+
+Json Saver::Render()
+{
+  RenderData* rdNode = doc->GetActiveRenderData();
+  const BaseContainer* rd = rdNode->GetDataInstance();
+  Json render = {{"width", rd->GetInt32(RDATA_XRES)},
+                 {"height", rd->GetInt32(RDATA_YRES)},
+                 {"fps", rd->GetFloat(RDATA_FRAMERATE)},
+                 {"stereo", rd->GetBool(RDATA_STEREO)},
+                 {"alpha", rd->GetBool(RDATA_ALPHACHANNEL)}};
+  Json vps = Json::array();
+  for (BaseVideoPost* vp = rdNode->GetFirstVideoPost(); vp; vp = vp->GetNext())
+  {
+    const DescriptionResource* desc = DescriptionOf(vp->GetType());
+    const PluginEntry* entry = App().plugins.Find(vp->GetType());
+    Json e = {{"type", desc ? Json(desc->name.GetStdString()) : Json(vp->GetType())},
+              {"enabled", !vp->GetBit(BIT_VPDISABLED)}};
+    if (!entry)
+      Fail("/render/videoPosts", "video post " + std::to_string(vp->GetType()) + " belongs to no loaded plug-in");
+    if (desc)
+      e["params"] = Params(vp, *desc);
+    vps.push_back(e);
+  }
+  render["videoPosts"] = vps;
+  return render;
+}
+
+Json Saver::Document()
+{
+  Json root = Json::object();
+  root["format"] = kFormat;
+  root["name"] = doc->GetDocumentName().GetString().GetStdString();
+  root["fps"] = doc->GetFps();
+  root["minTime"] = doc->GetMinTime().Get();
+  root["maxTime"] = doc->GetMaxTime().Get();
+  root["time"] = doc->GetTime().Get();
+  root["render"] = Render();
+
+  Json objects = Json::array();
+  for (BaseObject* op = doc->GetFirstObject(); op; op = op->GetNext())
+    objects.push_back(Object(op));
+  root["objects"] = objects;
+
+  BaseDraw* bd = doc->GetRenderBaseDraw();
+  Json view = {{"projection", bd->GetProjection()}};
+  if (bd->HasCameraLink())
+    view["camera"] = bd->GetSceneCamera(doc)->GetName().GetStdString();
+  root["views"] = {{"render", view}};
+  return root;
+}
+} // namespace
+
+Json SaveDocument(BaseDocument* doc, const std::string& folder)
+{
+  return Saver(doc, folder).Document();
+}
+} // namespace host::scene
