@@ -14,15 +14,15 @@ namespace host::render
 {
 /// Picture position (u to the right, v downward, both 0 to 1) of a direction: u = 0.5 looks along
 /// +Z, 0.75 towards +X, 0.25 towards −X; v = 0 straight up. `d` must have length 1.
-/// Inverse: EquirectToDirection.
-inline void DirectionToEquirect(const Vector& d, Float& u, Float& v)
+/// Inverse: SkyUVToDirection.
+inline void DirectionToSkyUV(const Vector& d, Float& u, Float& v)
 {
   u = 0.5 + std::atan2(d.x, d.z) * (1.0 / PI2);
   v = std::acos(d.y < -1.0 ? -1.0 : (d.y > 1.0 ? 1.0 : d.y)) * (1.0 / PI);
 }
 
-/// The direction of length 1 that picture position (u, v) looks at. Inverse: DirectionToEquirect.
-inline Vector EquirectToDirection(Float u, Float v)
+/// The direction of length 1 that picture position (u, v) looks at. Inverse: DirectionToSkyUV.
+inline Vector SkyUVToDirection(Float u, Float v)
 {
   const Float lon = (u - 0.5) * PI2;
   const Float lat = (0.5 - v) * PI;

@@ -1,4 +1,4 @@
-// Gathering the document into an Embree scene, and shading what a ray hits.
+// Gathering the document into an Embree scene: objects, meshes, lights and the sky.
 #include "render/render_scene.h"
 
 #include <algorithm>
@@ -11,11 +11,6 @@ namespace
 {
 constexpr Float kInfinity = std::numeric_limits<Float>::infinity();
 
-Vector Mul(const Vector& a, const Vector& b)
-{
-  return Vector(a.x * b.x, a.y * b.y, a.z * b.z);
-}
-
 Bool IsFinite(const Vector& v)
 {
   return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
@@ -25,12 +20,6 @@ Bool IsFinite(const Vector& v)
 Bool IsUsable(const Matrix& m)
 {
   return IsFinite(m.off) && IsFinite(m.v1) && IsFinite(m.v2) && IsFinite(m.v3) && m.GetDeterminant() != 0.0;
-}
-
-/// A local normal into world space: the transpose of the inverse's axes.
-Vector NormalToWorld(const Matrix& toLocal, const Vector& n)
-{
-  return Vector(Dot(toLocal.v1, n), Dot(toLocal.v2, n), Dot(toLocal.v3, n));
 }
 
 /// The object for messages: its kind and, where it has one, its name.
@@ -52,18 +41,6 @@ String Describe(const BaseObject* op)
   if (op->GetName().IsPopulated())
     s += String(" \"") + op->GetName() + String("\"");
   return s;
-}
-
-/// Sphere-like picture position of a local point: around Y as the sky, v = 0 at the top.
-void SphericalUV(const Vector& q, Float& u, Float& v)
-{
-  const Vector d = q.GetNormalized();
-  if (d.IsZero())
-  {
-    u = v = 0.5;
-    return;
-  }
-  DirectionToEquirect(d, u, v);
 }
 
 Bool ReadMaterial(const BaseContainer* bc, const String& owner, const Filename& folder, PictureCache& pictures,
@@ -101,29 +78,99 @@ Bool ReadMaterial(const BaseContainer* bc, const String& owner, const Filename& 
   }
 }
 
-/// The colour of a material at local point `q` with the surface's own picture position (u, v).
-Vector Albedo(const SurfaceMaterial& m, const Vector& q, Float u, Float v)
+/// What becomes of an object: added, skipped as invisible (no size), or an error.
+enum class Outcome
 {
-  switch (m.type)
+  Add,
+  Skip,
+  Fail,
+};
+
+/// The size of a primitive shape into `obj`, and for a cube or a plane its local triangles.
+Outcome ShapeGeometry(const BaseContainer& bc, SceneObject& obj, std::vector<Vector>& local, std::vector<UInt32>& indices)
+{
+  switch (obj.shape)
   {
-    case MATERIAL_TYPE_CHECKER:
+    case Shape::Sphere:
+      obj.radius = bc.GetFloat(PRIM_SPHERE_RAD, 100.0);
+      return !(obj.radius > 0.0) || !std::isfinite(obj.radius) ? Outcome::Skip : Outcome::Add;
+    case Shape::Cylinder:
+      obj.radius = bc.GetFloat(PRIM_CYLINDER_RADIUS, 50.0);
+      obj.halfHeight = bc.GetFloat(PRIM_CYLINDER_HEIGHT, 200.0) * 0.5;
+      obj.caps = bc.GetBool(PRIM_CYLINDER_CAPS, true);
+      if (!(obj.radius > 0.0 && obj.halfHeight > 0.0) || !std::isfinite(obj.radius) || !std::isfinite(obj.halfHeight))
+        return Outcome::Skip;
+      return Outcome::Add;
+    case Shape::Cube:
     {
-      const Float s = 1.0 / m.checkerSize;
-      // fmod keeps the parity of huge cell numbers without an integer overflow.
-      const Float cell = std::floor(q.x * s) + std::floor(q.y * s) + std::floor(q.z * s);
-      return std::fmod(cell, 2.0) == 0.0 ? m.color : m.color2;
+      obj.half = bc.GetVector(PRIM_CUBE_LEN, Vector(200.0)) * 0.5;
+      if (!(obj.half.x > 0.0 && obj.half.y > 0.0 && obj.half.z > 0.0) || !IsFinite(obj.half))
+        return Outcome::Skip;
+      for (Int32 i = 0; i < 8; ++i)
+        local.push_back(Vector(i & 1 ? obj.half.x : -obj.half.x, i & 2 ? obj.half.y : -obj.half.y,
+                               i & 4 ? obj.half.z : -obj.half.z));
+      // Two triangles per face, wound outward.
+      static const UInt32 faces[36] = {0, 2, 3, 0, 3, 1, 4, 5, 7, 4, 7, 6, 0, 1, 5, 0, 5, 4,
+                                       2, 6, 7, 2, 7, 3, 0, 4, 6, 0, 6, 2, 1, 3, 7, 1, 7, 5};
+      indices.assign(faces, faces + 36);
+      return Outcome::Add;
     }
-    case MATERIAL_TYPE_PICTURE:
-      if (m.projection == MATERIAL_PROJECTION_SPHERICAL)
-        SphericalUV(q, u, v);
-      else if (m.projection == MATERIAL_PROJECTION_PLANAR)
-      {
-        u = 0.5 + q.x / m.projectionSize;
-        v = 0.5 - q.y / m.projectionSize;
-      }
-      return m.picture->Sample(u, v, true);
-    default: return m.color;
+    case Shape::Plane:
+      obj.half = Vector(bc.GetFloat(PRIM_PLANE_WIDTH, 400.0) * 0.5, 0.0, bc.GetFloat(PRIM_PLANE_HEIGHT, 400.0) * 0.5);
+      if (!(obj.half.x > 0.0 && obj.half.z > 0.0) || !IsFinite(obj.half))
+        return Outcome::Skip;
+      local = {Vector(-obj.half.x, 0.0, -obj.half.z), Vector(obj.half.x, 0.0, -obj.half.z),
+               Vector(obj.half.x, 0.0, obj.half.z), Vector(-obj.half.x, 0.0, obj.half.z)};
+      indices = {0, 2, 1, 0, 3, 2};
+      return Outcome::Add;
+    case Shape::Mesh: break;
   }
+  return Outcome::Skip;
+}
+
+/// A polygon object's points and triangles, with each triangle's corner picture positions.
+Outcome MeshGeometry(const BaseObject* op, SceneObject& obj, std::vector<Vector>& local, std::vector<UInt32>& indices,
+                     String* error)
+{
+  const auto* mesh = dynamic_cast<const PolygonObject*>(op);
+  if (!mesh || mesh->GetPolygonCount() == 0)
+    return Outcome::Skip;
+  const Int32 pointCount = mesh->GetPointCount();
+  const CPolygon* polys = mesh->GetPolygonR();
+  const UVWStruct* uvw = mesh->GetUVWR();
+  local.assign(mesh->GetPointR(), mesh->GetPointR() + pointCount);
+  for (const Vector& p : local)
+    if (!IsFinite(p))
+    {
+      if (error)
+        *error = Describe(op) + String(": a point is not a finite number");
+      return Outcome::Fail;
+    }
+  for (Int32 i = 0; i < mesh->GetPolygonCount(); ++i)
+  {
+    const CPolygon& poly = polys[i];
+    for (const Int32 corner : {poly.a, poly.b, poly.c, poly.d})
+      if (corner < 0 || corner >= pointCount)
+      {
+        if (error)
+          *error = Describe(op) + String(": polygon ") + String::IntToString(i) + String(" refers to point ") +
+                   String::IntToString(corner) + String(" of ") + String::IntToString(pointCount);
+        return Outcome::Fail;
+      }
+    // A quad becomes the triangles a-b-c and a-c-d.
+    indices.insert(indices.end(), {UInt32(poly.a), UInt32(poly.b), UInt32(poly.c)});
+    if (uvw)
+      obj.triangleUV.insert(obj.triangleUV.end(), {Float32(uvw[i].a.x), Float32(uvw[i].a.y), Float32(uvw[i].b.x),
+                                                   Float32(uvw[i].b.y), Float32(uvw[i].c.x), Float32(uvw[i].c.y)});
+    if (!poly.IsTriangle())
+    {
+      indices.insert(indices.end(), {UInt32(poly.a), UInt32(poly.c), UInt32(poly.d)});
+      if (uvw)
+        obj.triangleUV.insert(obj.triangleUV.end(), {Float32(uvw[i].a.x), Float32(uvw[i].a.y), Float32(uvw[i].c.x),
+                                                     Float32(uvw[i].c.y), Float32(uvw[i].d.x), Float32(uvw[i].d.y)});
+    }
+  }
+  return Outcome::Add;
 }
 
 // ---- Analytic shapes in their own space ---------------------------------------------------------
@@ -329,7 +376,6 @@ Bool RenderScene::AddObject(BaseObject* op, Shape shape, const BaseContainer* ma
   const Matrix mg = op->GetMg();
   if (!IsUsable(mg))
     return true; // flat or broken placement: nothing to see
-  const BaseContainer& bc = *op->GetDataInstance();
   SceneObject obj;
   obj.shape = shape;
   obj.toLocal = mg.GetInverse();
@@ -337,87 +383,10 @@ Bool RenderScene::AddObject(BaseObject* op, Shape shape, const BaseContainer* ma
   // Local corners and triangles of the shapes Embree intersects as triangles.
   std::vector<Vector> local;
   std::vector<UInt32> indices;
-  switch (shape)
-  {
-    case Shape::Sphere:
-      obj.radius = bc.GetFloat(PRIM_SPHERE_RAD, 100.0);
-      if (!(obj.radius > 0.0) || !std::isfinite(obj.radius))
-        return true;
-      break;
-    case Shape::Cylinder:
-      obj.radius = bc.GetFloat(PRIM_CYLINDER_RADIUS, 50.0);
-      obj.halfHeight = bc.GetFloat(PRIM_CYLINDER_HEIGHT, 200.0) * 0.5;
-      obj.caps = bc.GetBool(PRIM_CYLINDER_CAPS, true);
-      if (!(obj.radius > 0.0 && obj.halfHeight > 0.0) || !std::isfinite(obj.radius) || !std::isfinite(obj.halfHeight))
-        return true;
-      break;
-    case Shape::Cube:
-    {
-      obj.half = bc.GetVector(PRIM_CUBE_LEN, Vector(200.0)) * 0.5;
-      if (!(obj.half.x > 0.0 && obj.half.y > 0.0 && obj.half.z > 0.0) || !IsFinite(obj.half))
-        return true;
-      for (Int32 i = 0; i < 8; ++i)
-        local.push_back(Vector(i & 1 ? obj.half.x : -obj.half.x, i & 2 ? obj.half.y : -obj.half.y,
-                               i & 4 ? obj.half.z : -obj.half.z));
-      // Two triangles per face, wound outward.
-      static const UInt32 faces[36] = {0, 2, 3, 0, 3, 1, 4, 5, 7, 4, 7, 6, 0, 1, 5, 0, 5, 4,
-                                       2, 6, 7, 2, 7, 3, 0, 4, 6, 0, 6, 2, 1, 3, 7, 1, 7, 5};
-      indices.assign(faces, faces + 36);
-      break;
-    }
-    case Shape::Plane:
-    {
-      obj.half = Vector(bc.GetFloat(PRIM_PLANE_WIDTH, 400.0) * 0.5, 0.0, bc.GetFloat(PRIM_PLANE_HEIGHT, 400.0) * 0.5);
-      if (!(obj.half.x > 0.0 && obj.half.z > 0.0) || !IsFinite(obj.half))
-        return true;
-      local = {Vector(-obj.half.x, 0.0, -obj.half.z), Vector(obj.half.x, 0.0, -obj.half.z),
-               Vector(obj.half.x, 0.0, obj.half.z), Vector(-obj.half.x, 0.0, obj.half.z)};
-      indices = {0, 2, 1, 0, 3, 2};
-      break;
-    }
-    case Shape::Mesh:
-    {
-      const auto* mesh = dynamic_cast<const PolygonObject*>(op);
-      if (!mesh || mesh->GetPolygonCount() == 0)
-        return true;
-      const Int32 pointCount = mesh->GetPointCount();
-      const CPolygon* polys = mesh->GetPolygonR();
-      const UVWStruct* uvw = mesh->GetUVWR();
-      local.assign(mesh->GetPointR(), mesh->GetPointR() + pointCount);
-      for (const Vector& p : local)
-        if (!IsFinite(p))
-        {
-          if (error)
-            *error = Describe(op) + String(": a point is not a finite number");
-          return false;
-        }
-      for (Int32 i = 0; i < mesh->GetPolygonCount(); ++i)
-      {
-        const CPolygon& poly = polys[i];
-        for (const Int32 corner : {poly.a, poly.b, poly.c, poly.d})
-          if (corner < 0 || corner >= pointCount)
-          {
-            if (error)
-              *error = Describe(op) + String(": polygon ") + String::IntToString(i) + String(" refers to point ") +
-                       String::IntToString(corner) + String(" of ") + String::IntToString(pointCount);
-            return false;
-          }
-        // A quad becomes the triangles a-b-c and a-c-d.
-        indices.insert(indices.end(), {UInt32(poly.a), UInt32(poly.b), UInt32(poly.c)});
-        if (uvw)
-          obj.triangleUV.insert(obj.triangleUV.end(), {Float32(uvw[i].a.x), Float32(uvw[i].a.y), Float32(uvw[i].b.x),
-                                                       Float32(uvw[i].b.y), Float32(uvw[i].c.x), Float32(uvw[i].c.y)});
-        if (!poly.IsTriangle())
-        {
-          indices.insert(indices.end(), {UInt32(poly.a), UInt32(poly.c), UInt32(poly.d)});
-          if (uvw)
-            obj.triangleUV.insert(obj.triangleUV.end(), {Float32(uvw[i].a.x), Float32(uvw[i].a.y), Float32(uvw[i].c.x),
-                                                         Float32(uvw[i].c.y), Float32(uvw[i].d.x), Float32(uvw[i].d.y)});
-        }
-      }
-      break;
-    }
-  }
+  const Outcome outcome = shape == Shape::Mesh ? MeshGeometry(op, obj, local, indices, error)
+                                               : ShapeGeometry(*op->GetDataInstance(), obj, local, indices);
+  if (outcome != Outcome::Add)
+    return outcome == Outcome::Skip;
 
   if (!ReadMaterial(material, Describe(op), folder, pictures, obj.material, error))
     return false;
@@ -603,190 +572,4 @@ void RenderScene::AnalyticOccluded(const RTCOccludedFunctionNArguments* args)
     ray->tfar = -std::numeric_limits<float>::infinity();
 }
 
-// ---- Tracing -----------------------------------------------------------------------------------
-
-Rgba RenderScene::Background(const Vector& dir) const
-{
-  if (!sky.present)
-    return Rgba();
-  Vector c = sky.color;
-  if (sky.type != SKY_TYPE_COLOR)
-  {
-    const Vector d = sky.toLocal.TransformVector(dir);
-    if (sky.type == SKY_TYPE_GRADIENT)
-    {
-      const Float t = std::min(1.0, std::max(0.0, (d.y + 1.0) * 0.5));
-      c = sky.bottom * (1.0 - t) + sky.top * t;
-    }
-    else
-    {
-      Float u, v;
-      DirectionToEquirect(d, u, v);
-      c = sky.picture->Sample(u, v, false);
-    }
-  }
-  c *= skyIntensity;
-  return Rgba{Float32(c.x), Float32(c.y), Float32(c.z), 1.0f};
-}
-
-Bool RenderScene::Occluded(const Vector& from, const Vector& dir, Float distance) const
-{
-  RTCIntersectContext context;
-  rtcInitIntersectContext(&context);
-  RTCRay ray;
-  ray.org_x = static_cast<float>(from.x);
-  ray.org_y = static_cast<float>(from.y);
-  ray.org_z = static_cast<float>(from.z);
-  ray.dir_x = static_cast<float>(dir.x);
-  ray.dir_y = static_cast<float>(dir.y);
-  ray.dir_z = static_cast<float>(dir.z);
-  ray.tnear = 0.0f;
-  ray.tfar = static_cast<float>(distance);
-  ray.time = 0.0f;
-  ray.mask = 0xffffffffu;
-  ray.id = 0;
-  ray.flags = 0;
-  rtcOccluded1(scene, &context, &ray);
-  return ray.tfar < 0.0f;
-}
-
-Rgba RenderScene::Trace(const Vector& origin, const Vector& dir) const
-{
-  if (objects.empty())
-    return Background(dir);
-
-  RTCIntersectContext context;
-  rtcInitIntersectContext(&context);
-  RTCRayHit rh;
-  rh.ray.org_x = static_cast<float>(origin.x);
-  rh.ray.org_y = static_cast<float>(origin.y);
-  rh.ray.org_z = static_cast<float>(origin.z);
-  rh.ray.dir_x = static_cast<float>(dir.x);
-  rh.ray.dir_y = static_cast<float>(dir.y);
-  rh.ray.dir_z = static_cast<float>(dir.z);
-  rh.ray.tnear = 0.0f;
-  rh.ray.tfar = std::numeric_limits<float>::infinity();
-  rh.ray.time = 0.0f;
-  rh.ray.mask = 0xffffffffu;
-  rh.ray.id = 0;
-  rh.ray.flags = 0;
-  rh.hit.geomID = RTC_INVALID_GEOMETRY_ID;
-  rh.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
-  rtcIntersect1(scene, &context, &rh);
-  if (rh.hit.geomID == RTC_INVALID_GEOMETRY_ID)
-    return Background(dir);
-
-  const Bool isAnalytic = rh.hit.geomID == analyticGeometry;
-  const SceneObject& obj = objects[isAnalytic ? analytic[rh.hit.primID] : rh.hit.geomID];
-  const Vector p = origin + dir * static_cast<Float>(rh.ray.tfar);
-  Vector q = obj.toLocal * p;
-
-  // Surface normal and the surface's own picture position.
-  Vector localNormal, normal;
-  Float u = 0.0, v = 0.0;
-  switch (obj.shape)
-  {
-    case Shape::Sphere:
-      localNormal = q;
-      SphericalUV(q, u, v);
-      break;
-    case Shape::Cylinder:
-    {
-      const Float radial = std::sqrt(q.x * q.x + q.z * q.z);
-      if (obj.caps && std::fabs(std::fabs(q.y) - obj.halfHeight) < std::fabs(radial - obj.radius))
-      {
-        q.y = q.y < 0.0 ? -obj.halfHeight : obj.halfHeight;
-        localNormal = Vector(0.0, q.y, 0.0);
-        u = 0.5 + q.x / (2.0 * obj.radius);
-        v = 0.5 - q.z / (2.0 * obj.radius);
-      }
-      else
-      {
-        localNormal = Vector(q.x, 0.0, q.z);
-        u = 0.5 + std::atan2(q.x, q.z) * (1.0 / PI2);
-        v = 0.5 - q.y / (2.0 * obj.halfHeight);
-      }
-      break;
-    }
-    case Shape::Cube:
-    {
-      // The face is the axis on which the point lies furthest out; put it exactly there.
-      const Float ax = std::fabs(q.x) / obj.half.x, ay = std::fabs(q.y) / obj.half.y, az = std::fabs(q.z) / obj.half.z;
-      if (ax >= ay && ax >= az)
-      {
-        q.x = q.x < 0.0 ? -obj.half.x : obj.half.x;
-        localNormal = Vector(q.x, 0.0, 0.0);
-        u = 0.5 + q.z / (2.0 * obj.half.z);
-        v = 0.5 - q.y / (2.0 * obj.half.y);
-      }
-      else if (ay >= az)
-      {
-        q.y = q.y < 0.0 ? -obj.half.y : obj.half.y;
-        localNormal = Vector(0.0, q.y, 0.0);
-        u = 0.5 + q.x / (2.0 * obj.half.x);
-        v = 0.5 - q.z / (2.0 * obj.half.z);
-      }
-      else
-      {
-        q.z = q.z < 0.0 ? -obj.half.z : obj.half.z;
-        localNormal = Vector(0.0, 0.0, q.z);
-        u = 0.5 + q.x / (2.0 * obj.half.x);
-        v = 0.5 - q.y / (2.0 * obj.half.y);
-      }
-      break;
-    }
-    case Shape::Plane:
-      q.y = 0.0;
-      localNormal = Vector(0.0, 1.0, 0.0);
-      u = 0.5 + q.x / (2.0 * obj.half.x);
-      v = 0.5 - q.z / (2.0 * obj.half.z);
-      break;
-    case Shape::Mesh:
-      normal = Vector(rh.hit.Ng_x, rh.hit.Ng_y, rh.hit.Ng_z);
-      if (!obj.triangleUV.empty())
-      {
-        const Float32* t = &obj.triangleUV[static_cast<size_t>(rh.hit.primID) * 6u];
-        const Float b1 = rh.hit.u, b2 = rh.hit.v, b0 = 1.0 - b1 - b2;
-        u = b0 * t[0] + b1 * t[2] + b2 * t[4];
-        v = b0 * t[1] + b1 * t[3] + b2 * t[5];
-      }
-      else
-        SphericalUV(q, u, v);
-      break;
-  }
-  if (obj.shape != Shape::Mesh)
-    normal = NormalToWorld(obj.toLocal, localNormal);
-  normal.Normalize();
-  if (Dot(normal, dir) > 0.0)
-    normal = -normal;
-
-  const Vector albedo = Albedo(obj.material, q, u, v);
-
-  // Lambert with hard shadows; shadow rays start a little off the surface so they don't hit it.
-  const Float reach = std::max({1.0, std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)});
-  const Vector from = p + normal * (2e-5 * reach);
-  Vector light(kAmbient);
-  for (const SceneLight& l : lights)
-  {
-    Vector toLight = l.toLight;
-    Float distance = kInfinity;
-    if (!l.distant)
-    {
-      toLight = l.position - p;
-      distance = toLight.GetLength();
-      if (distance == 0.0)
-        continue;
-      toLight = toLight / distance;
-      distance *= 0.9999; // stop short of the light itself
-    }
-    const Float cosine = Dot(normal, toLight);
-    if (cosine <= 0.0)
-      continue;
-    if (l.shadow && Occluded(from, toLight, distance))
-      continue;
-    light += l.color * cosine;
-  }
-  const Vector c = Mul(albedo, light);
-  return Rgba{Float32(c.x), Float32(c.y), Float32(c.z), 1.0f};
-}
 } // namespace host::render

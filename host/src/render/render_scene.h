@@ -129,6 +129,8 @@ private:
   Bool Commit(String* error);
   void Release();
   Bool Occluded(const Vector& from, const Vector& dir, Float distance) const;
+  /// Light arriving at surface point `p` with outward `normal`: ambient plus unshadowed lights.
+  Vector LightAt(const Vector& p, const Vector& normal) const;
 
   // Spheres and cylinders: one Embree user geometry whose primitives are the entries of `analytic`.
   static void AnalyticBounds(const RTCBoundsFunctionArguments* args);
