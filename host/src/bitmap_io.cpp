@@ -55,12 +55,11 @@ Bool IsPictureName(const std::string& path, Bool* holdsFloat)
   return ext == ".png" || ext == ".tif" || ext == ".tiff" || ext == ".exr";
 }
 
-Bool SaveBitmap(const BaseBitmap& bmp, const std::string& path, Bool floatData, std::string* error, Int32 threads)
+namespace
 {
-  std::string ignored;
-  std::string& err = error ? *error : ignored;
-  const std::string ext = Extension(path);
-  OIIO::TypeDesc type;
+/// The value type a file of extension `ext` stores; false with a message for one this host can't write.
+Bool FileType(const std::string& ext, Bool floatData, const std::string& path, OIIO::TypeDesc* type, std::string& err)
+{
   if (ext == ".png")
   {
     if (floatData)
@@ -68,17 +67,73 @@ Bool SaveBitmap(const BaseBitmap& bmp, const std::string& path, Bool floatData, 
       err = path + ": PNG holds 8 bits a channel; float data needs .exr or .tif";
       return false;
     }
-    type = OIIO::TypeDesc::UINT8;
+    *type = OIIO::TypeDesc::UINT8;
   }
   else if (ext == ".tif" || ext == ".tiff")
-    type = floatData ? OIIO::TypeDesc::FLOAT : OIIO::TypeDesc::UINT16;
+    *type = floatData ? OIIO::TypeDesc::FLOAT : OIIO::TypeDesc::UINT16;
   else if (ext == ".exr")
-    type = OIIO::TypeDesc::FLOAT;
+    *type = OIIO::TypeDesc::FLOAT;
   else
   {
     err = path + ": unknown picture format \"" + ext + "\" (use .png, .tif or .exr)";
     return false;
   }
+  return true;
+}
+
+/// Every row of `bmp` into the opened `out` as values of `type`; false where memory or the writer fails.
+Bool WriteRows(const BaseBitmap& bmp, OIIO::ImageOutput& out, OIIO::TypeDesc type, int channels, Int32 threads)
+{
+  // Strips of rows, converted to the file's type as they go, rows side by side: no second copy
+  // of the whole picture in memory, and only the encoder's own work left on one thread.
+  constexpr Int32 kStrip = 64;
+  const Int32 w = bmp.GetBw(), h = bmp.GetBh();
+  const size_t valueSize = type.size();
+  const size_t rowValues = size_t(w) * size_t(channels);
+  std::vector<unsigned char> strip;
+  try
+  {
+    strip.resize(rowValues * valueSize * kStrip);
+  }
+  catch (const std::bad_alloc&)
+  {
+    return false;
+  }
+  Bool written = true;
+  tbb::task_arena arena(threads > 0 ? threads : tbb::task_arena::automatic);
+  for (Int32 y0 = 0; written && y0 < h; y0 += kStrip)
+  {
+    const Int32 y1 = std::min(h, y0 + kStrip);
+    arena.execute([&] {
+      tbb::parallel_for(tbb::blocked_range<Int32>(y0, y1, 8), [&](const tbb::blocked_range<Int32>& rows) {
+        std::vector<float> row(size_t(w) * 4);
+        for (Int32 y = rows.begin(); y < rows.end(); ++y)
+        {
+          bmp.GetPixelCnt(0, y, w, reinterpret_cast<UChar*>(row.data()), 16, COLORMODE_ARGBf);
+          unsigned char* o = strip.data() + size_t(y - y0) * rowValues * valueSize;
+          if (type == OIIO::TypeDesc::UINT8)
+            ConvertRow(row.data(), w, channels, o, 255.0f);
+          else if (type == OIIO::TypeDesc::UINT16)
+            ConvertRow(row.data(), w, channels, reinterpret_cast<std::uint16_t*>(o), 65535.0f);
+          else
+            ConvertRow(row.data(), w, channels, reinterpret_cast<float*>(o), 0.0f);
+        }
+      });
+    });
+    written = out.write_scanlines(y0, y1, 0, type, strip.data());
+  }
+  return written;
+}
+} // namespace
+
+Bool SaveBitmap(const BaseBitmap& bmp, const std::string& path, Bool floatData, std::string* error, Int32 threads)
+{
+  std::string ignored;
+  std::string& err = error ? *error : ignored;
+  const std::string ext = Extension(path);
+  OIIO::TypeDesc type;
+  if (!FileType(ext, floatData, path, &type, err))
+    return false;
   const Int32 w = bmp.GetBw(), h = bmp.GetBh();
   if (w <= 0 || h <= 0)
   {
@@ -111,43 +166,7 @@ Bool SaveBitmap(const BaseBitmap& bmp, const std::string& path, Bool floatData, 
     std::remove(temp.string().c_str());
     return false;
   }
-  // Strips of rows, converted to the file's type as they go, rows side by side: no second copy
-  // of the whole picture in memory, and only the encoder's own work left on one thread.
-  constexpr Int32 kStrip = 64;
-  const size_t valueSize = type.size();
-  const size_t rowValues = size_t(w) * size_t(channels);
-  std::vector<unsigned char> strip;
-  Bool written = true;
-  try
-  {
-    strip.resize(rowValues * valueSize * kStrip);
-  }
-  catch (const std::bad_alloc&)
-  {
-    written = false;
-  }
-  tbb::task_arena arena(threads > 0 ? threads : tbb::task_arena::automatic);
-  for (Int32 y0 = 0; written && y0 < h; y0 += kStrip)
-  {
-    const Int32 y1 = std::min(h, y0 + kStrip);
-    arena.execute([&] {
-      tbb::parallel_for(tbb::blocked_range<Int32>(y0, y1, 8), [&](const tbb::blocked_range<Int32>& rows) {
-        std::vector<float> row(size_t(w) * 4);
-        for (Int32 y = rows.begin(); y < rows.end(); ++y)
-        {
-          bmp.GetPixelCnt(0, y, w, reinterpret_cast<UChar*>(row.data()), 16, COLORMODE_ARGBf);
-          unsigned char* o = strip.data() + size_t(y - y0) * rowValues * valueSize;
-          if (type == OIIO::TypeDesc::UINT8)
-            ConvertRow(row.data(), w, channels, o, 255.0f);
-          else if (type == OIIO::TypeDesc::UINT16)
-            ConvertRow(row.data(), w, channels, reinterpret_cast<std::uint16_t*>(o), 65535.0f);
-          else
-            ConvertRow(row.data(), w, channels, reinterpret_cast<float*>(o), 0.0f);
-        }
-      });
-    });
-    written = out->write_scanlines(y0, y1, 0, type, strip.data());
-  }
+  const Bool written = WriteRows(bmp, *out, type, channels, threads);
   const Bool closed = out->close();
   if (!written || !closed)
   {
