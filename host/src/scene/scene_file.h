@@ -35,6 +35,6 @@ bool SaveScene(BaseDocument* doc, const std::string& file, SceneError* error);
 bool ParseParameterValue(BaseList2D* node, Int32 id, const std::string& jsonText, GeData* out,
                          std::string* problem);
 
-/// The id of a parameter symbol ("ORLIXTAG_LENS") or a decimal id; false if neither.
+/// The id of a parameter symbol (as a description header defines it) or a decimal id; false if neither.
 bool ResolveParameter(const std::string& symbolOrId, Int32* id);
 } // namespace host::scene
