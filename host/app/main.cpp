@@ -118,7 +118,7 @@ BaseList2D* NodeOfType(BaseDocument* doc, const host::PluginEntry& entry, BaseOb
 }
 
 /// The start of a render of `doc` as `options` would run it, without a pixel traced. What the
-/// plug-ins print meanwhile is kept off the terminal: the render itself says it once more.
+/// plug-ins print meanwhile stays off the terminal: it belongs to a render, and this is none.
 host::RenderPlan Plan(BaseDocument* doc, const host::RenderOptions& options, String* error)
 {
   host::RenderPlan plan;
