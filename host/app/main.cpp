@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,6 +20,7 @@
 #include "host_app.h"
 #include "plugin_loader.h"
 #include "render/render_loop.h"
+#include "render/render_plan.h"
 #include "resource_parser.h"
 #include "scene/scene_file.h"
 #include "scene/scene_values.h"
@@ -37,14 +39,12 @@ struct Stop
   int code = kBadInput;
 };
 
-std::string Str(const String& s)
-{
-  return s.GetStdString();
-}
-
 // ---- The plug-in --------------------------------------------------------------------------------
 
-/// The folder of the running program, where the build puts plugins/OrlixCam beside it.
+/// The default plug-in: its folder beside the program, and its module in that folder.
+const std::string kDefaultPlugin = "OrlixCam";
+
+/// The folder of the running program, where the build puts the plug-in folder beside it.
 fs::path ProgramFolder()
 {
   std::error_code ec;
@@ -54,23 +54,26 @@ fs::path ProgramFolder()
 
 void LoadPlugin(host::PluginModule& module, const std::string& folderOption)
 {
-  fs::path folder = folderOption.empty() ? ProgramFolder() / "plugins" / "OrlixCam" : fs::path(folderOption);
-  const fs::path file = folder / "OrlixCam.so";
+  fs::path folder = folderOption.empty() ? ProgramFolder() / "plugins" / kDefaultPlugin : fs::path(folderOption);
+  const fs::path file = folder / (kDefaultPlugin + ".so");
   if (!fs::exists(file))
     throw Stop{"no plug-in module at " + file.string() +
                  (folderOption.empty() ? " (give the plug-in folder with --plugins DIR)" : ""),
                kBadInput};
   String error;
   if (!module.Load(Filename(fs::absolute(file).string().c_str()), &error))
-    throw Stop{Str(error), kFailed};
+    throw Stop{error.GetStdString(), kFailed};
 }
 
-Int32 PluginType(const char* description, host::PluginEntry::Kind kind)
+/// A node type by the name scene files give it: its description's, else its plug-in's, else its id.
+std::string TypeName(Int32 type)
 {
-  for (const host::PluginEntry& e : host::App().plugins.All())
-    if (e.kind == kind && Str(e.description) == description)
-      return e.id;
-  return 0;
+  const host::PluginEntry* e = host::App().plugins.Find(type);
+  if (e && e->description.IsPopulated())
+    return e->description.GetStdString();
+  if (e && e->name.IsPopulated())
+    return e->name.GetStdString();
+  return "type " + std::to_string(type);
 }
 
 // ---- The document -------------------------------------------------------------------------------
@@ -85,54 +88,50 @@ BaseDocument* OpenScene(const std::string& file)
   return doc;
 }
 
-/// The camera a render shoots through the lens: the render view's linked camera, else the first
-/// camera (depth first) with an enabled lens tag that isn't switched off for rendering.
-BaseObject* FindLensCamera(BaseObject* op, Int32 tagType, Int32 enabledId)
+/// The first tag of `type` under `op`, depth first.
+BaseTag* FirstTag(BaseObject* op, Int32 type)
 {
   for (; op; op = op->GetNext())
   {
-    if (op->GetType() == Ocamera && op->GetRenderMode() != MODE_OFF)
-      if (BaseTag* t = op->GetTag(tagType); t && t->GetDataInstance()->GetBool(enabledId))
-        return op;
-    if (BaseObject* found = FindLensCamera(op->GetDown(), tagType, enabledId))
-      return found;
+    if (BaseTag* t = op->GetTag(type))
+      return t;
+    if (BaseTag* t = FirstTag(op->GetDown(), type))
+      return t;
   }
   return nullptr;
 }
 
-struct Lens
+/// The node that a parameter of plug-in `entry` is set on: a tag on the camera the render looks
+/// through, else the document's first such tag; a video post of the active render settings.
+BaseList2D* NodeOfType(BaseDocument* doc, const host::PluginEntry& entry, BaseObject* camera)
 {
-  BaseObject* camera = nullptr;
-  BaseTag* tag = nullptr;
-  BaseVideoPost* videoPost = nullptr;
-};
-
-Lens FindLens(BaseDocument* doc)
-{
-  Lens lens;
-  const Int32 tagType = PluginType("OrlixTag", host::PluginEntry::Kind::Tag);
-  const Int32 vpType = PluginType("OrlixCam", host::PluginEntry::Kind::VideoPost);
-  Int32 enabledId = 0;
-  host::Descriptions().ResolveSymbol(String("ORLIXTAG_ENABLED"), &enabledId);
-  BaseDraw* view = doc->GetRenderBaseDraw();
-  lens.camera = view && view->HasCameraLink() ? view->GetSceneCamera(doc) : FindLensCamera(doc->GetFirstObject(), tagType, enabledId);
-  if (lens.camera)
-    lens.tag = lens.camera->GetTag(tagType);
-  for (BaseVideoPost* vp = doc->GetActiveRenderData()->GetFirstVideoPost(); vp; vp = vp->GetNext())
-    if (vp->GetType() == vpType)
-      lens.videoPost = vp;
-  return lens;
+  if (entry.kind == host::PluginEntry::Kind::Tag)
+  {
+    BaseTag* onCamera = camera ? camera->GetTag(entry.id) : nullptr;
+    return onCamera ? onCamera : FirstTag(doc->GetFirstObject(), entry.id);
+  }
+  if (entry.kind == host::PluginEntry::Kind::VideoPost)
+    for (BaseVideoPost* vp = doc->GetActiveRenderData()->GetFirstVideoPost(); vp; vp = vp->GetNext())
+      if (vp->GetType() == entry.id)
+        return vp;
+  return nullptr;
 }
 
-/// SYMBOL=VALUE on the lens camera's tag, the lens video post or the render settings.
-void ApplySet(BaseDocument* doc, const std::string& assignment)
+/// The start of a render of `doc` as `options` would run it, without a pixel traced. What the
+/// plug-ins print meanwhile stays off the terminal: it belongs to a render, and this is none.
+host::RenderPlan Plan(BaseDocument* doc, const host::RenderOptions& options, String* error)
 {
-  const std::string::size_type eq = assignment.find('=');
-  if (eq == std::string::npos || eq == 0)
-    throw Stop{"--set " + assignment + ": expected SYMBOL=VALUE"};
-  const std::string symbol = assignment.substr(0, eq), value = assignment.substr(eq + 1);
+  host::RenderPlan plan;
+  host::App().console.SetEcho(false);
+  host::PlanRender(doc, options, &plan, error);
+  host::App().console.SetEcho(true);
+  return plan;
+}
 
-  // The render settings by the names a scene file gives them.
+/// A render setting by the name a scene file gives it; false if `symbol` names none.
+bool SetRenderSetting(BaseDocument* doc, const std::string& assignment, const std::string& symbol,
+                      const std::string& value)
+{
   BaseContainer* rd = doc->GetActiveRenderData()->GetDataInstance();
   auto number = [&](Float lo, Float hi) {
     char* end = nullptr;
@@ -147,31 +146,62 @@ void ApplySet(BaseDocument* doc, const std::string& assignment)
     if (v != std::floor(v))
       throw Stop{"--set " + assignment + ": expected a whole number"};
     rd->SetInt32(symbol == "width" ? RDATA_XRES : RDATA_YRES, static_cast<Int32>(v));
-    return;
+    return true;
   }
   if (symbol == "stereo" || symbol == "alpha")
   {
     if (value != "true" && value != "false" && value != "1" && value != "0")
       throw Stop{"--set " + assignment + ": expected true or false"};
     rd->SetBool(symbol == "stereo" ? RDATA_STEREO : RDATA_ALPHACHANNEL, value == "true" || value == "1");
-    return;
+    return true;
   }
   if (symbol == "fps")
   {
     rd->SetFloat(RDATA_FRAMERATE, number(1e-6, 1000));
-    return;
+    return true;
   }
+  return false;
+}
 
-  const Lens lens = FindLens(doc);
-  BaseList2D* targets[] = {lens.tag, lens.videoPost};
-  for (BaseList2D* node : targets)
+/// The plug-ins whose descriptions have a parameter `symbol` (a symbol or an id): tags first,
+/// then video posts, each in the order they registered.
+std::vector<const host::PluginEntry*> OwnersOf(const std::string& symbol)
+{
+  std::vector<const host::PluginEntry*> owners;
+  for (const auto kind : {host::PluginEntry::Kind::Tag, host::PluginEntry::Kind::VideoPost})
+    for (const host::PluginEntry& e : host::App().plugins.All())
+    {
+      const host::DescriptionResource* desc = e.kind == kind ? host::scene::DescriptionOf(e.id) : nullptr;
+      Int32 id = 0;
+      if (desc && host::scene::FindEntry(*desc, symbol, &id))
+        owners.push_back(&e);
+    }
+  return owners;
+}
+
+/// SYMBOL=VALUE on a render setting, or on the node of the plug-in whose description has SYMBOL.
+/// `camera` is asked for once, and only where a tag's parameter needs it.
+void ApplySet(BaseDocument* doc, const std::string& assignment, const std::function<BaseObject*()>& camera)
+{
+  const std::string::size_type eq = assignment.find('=');
+  if (eq == std::string::npos || eq == 0)
+    throw Stop{"--set " + assignment + ": expected SYMBOL=VALUE"};
+  const std::string symbol = assignment.substr(0, eq), value = assignment.substr(eq + 1);
+  if (SetRenderSetting(doc, assignment, symbol, value))
+    return;
+
+  const std::vector<const host::PluginEntry*> owners = OwnersOf(symbol);
+  if (owners.empty())
+    throw Stop{"--set " + assignment + ": unknown parameter " + symbol +
+               " (a parameter of a tag or a video post, see `orlixcam params`, or width, height, fps, stereo, alpha)"};
+  for (const host::PluginEntry* owner : owners)
   {
+    BaseList2D* node =
+      NodeOfType(doc, *owner, owner->kind == host::PluginEntry::Kind::Tag ? camera() : nullptr);
     if (!node)
       continue;
-    const host::DescriptionResource* desc = host::scene::DescriptionOf(node->GetType());
     Int32 id = 0;
-    if (!desc || !host::scene::FindEntry(*desc, symbol, &id))
-      continue;
+    host::scene::FindEntry(*host::scene::DescriptionOf(owner->id), symbol, &id);
     GeData data;
     std::string problem;
     if (!host::scene::ParseParameterValue(node, id, value, &data, &problem))
@@ -179,12 +209,12 @@ void ApplySet(BaseDocument* doc, const std::string& assignment)
     node->GetDataInstance()->SetData(id, data);
     return;
   }
-  if (!lens.tag && symbol.rfind("ORLIXTAG_", 0) == 0)
-    throw Stop{"--set " + assignment + ": the scene has no lens camera with a lens tag"};
-  if (!lens.videoPost && symbol.rfind("ORLIXVP_", 0) == 0)
-    throw Stop{"--set " + assignment + ": the scene's render settings have no OrlixCam video post"};
-  throw Stop{"--set " + assignment + ": unknown parameter " + symbol +
-             " (a parameter of the lens tag or the video post, see `orlixcam params`, or width, height, fps, stereo, alpha)"};
+  const host::PluginEntry& owner = *owners.front();
+  throw Stop{"--set " + assignment + ": " +
+             (owner.kind == host::PluginEntry::Kind::Tag
+                ? "the scene has no " + TypeName(owner.id) + " tag"
+                : "the scene's render settings have no " + TypeName(owner.id) + " video post") +
+             ", the node with parameter " + symbol};
 }
 
 // ---- render -------------------------------------------------------------------------------------
@@ -241,9 +271,10 @@ void ParseFrames(const std::string& text, Int32& first, Int32& last)
     throw Stop{"--frames " + text + ": the range ends before it starts"};
 }
 
-int RenderCommand(const RenderArgs& args, const std::string& plugins)
+/// What can be checked before anything loads or renders; the frame range, if given, in `first`
+/// and `last`.
+bool CheckRenderArgs(const RenderArgs& args, Int32& first, Int32& last)
 {
-  // Check what can be checked before anything loads or renders.
   const bool directionPass = args.pass == "direction";
   if (!args.pass.empty() && !directionPass)
     throw Stop{"--pass " + args.pass + ": the only pass is \"direction\""};
@@ -257,14 +288,19 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
     throw Stop{"-o " + args.out + ": folder " + outFolder.string() + " does not exist"};
   if (access(outFolder.c_str(), W_OK) != 0)
     throw Stop{"-o " + args.out + ": folder " + outFolder.string() + " cannot be written"};
+  if (args.frames.empty())
+    return false;
+  ParseFrames(args.frames, first, last);
+  if (last > first && args.out.find('#') == std::string::npos)
+    throw Stop{"--frames " + args.frames + ": several frames need #### in -o to number them"};
+  return true;
+}
+
+int RenderCommand(const RenderArgs& args, const std::string& plugins)
+{
   Int32 first = 0, last = 0;
-  const bool ranged = !args.frames.empty();
-  if (ranged)
-  {
-    ParseFrames(args.frames, first, last);
-    if (last > first && args.out.find('#') == std::string::npos)
-      throw Stop{"--frames " + args.frames + ": several frames need #### in -o to number them"};
-  }
+  const bool ranged = CheckRenderArgs(args, first, last);
+  const bool directionPass = args.pass == "direction";
 
   host::PluginModule module;
   LoadPlugin(module, plugins);
@@ -274,8 +310,6 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
     rd->SetInt32(RDATA_XRES, *args.width);
   if (args.height)
     rd->SetInt32(RDATA_YRES, *args.height);
-  for (const std::string& s : args.sets)
-    ApplySet(doc, s);
 
   host::RenderOptions options;
   options.samples = args.samples;
@@ -287,6 +321,15 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
     options.firstFrame = first;
     options.lastFrame = last;
   }
+  std::optional<host::RenderPlan> plan;
+  const auto camera = [&] {
+    if (!plan)
+      plan = Plan(doc, options, nullptr);
+    return plan->camera;
+  };
+  for (const std::string& s : args.sets)
+    ApplySet(doc, s, camera);
+
   const bool terminal = isatty(STDERR_FILENO);
   if (terminal)
     options.progress = [](Float done) {
@@ -297,8 +340,7 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   std::string saveError;
   const Int32 firstFrame = ranged ? first : doc->GetTime().GetFrame(doc->GetFps());
   Int32 frameIndex = 0;
-  options.frameDone = [&](Int32 frame, const BaseBitmap& picture) {
-    (void)frame;
+  options.frameDone = [&](Int32, const BaseBitmap& picture) {
     const std::string path = FramePath(args.out, ranged ? first + frameIndex : firstFrame);
     ++frameIndex;
     if (!host::SaveBitmap(picture, path, directionPass, &saveError, args.threads))
@@ -315,7 +357,7 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   {
     if (!saveError.empty())
       throw Stop{saveError, kFailed};
-    throw Stop{args.scene + ": " + Str(error), badInput ? kBadInput : kFailed};
+    throw Stop{args.scene + ": " + error.GetStdString(), badInput ? kBadInput : kFailed};
   }
   for (const std::string& p : written)
     std::cout << "wrote " << p << "\n";
@@ -324,60 +366,39 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
 
 // ---- info and params ----------------------------------------------------------------------------
 
-/// Width over height that the lens's shape asks for, 0 where no shape is known.
-Float LensAspect(const BaseContainer& tag, const BaseContainer* vp, Bool stereo, const host::DescriptionResource& td,
-                 const host::DescriptionResource* vd)
-{
-  auto id = [](const host::DescriptionResource& d, const char* s) {
-    const auto it = d.symbols.find(s);
-    return it == d.symbols.end() ? -1 : it->second;
-  };
-  const Float pi = 3.14159265358979323846;
-  Float aspect = 0.0;
-  const Int32 layout = vp && vd ? vp->GetInt32(id(*vd, "ORLIXVP_CUBE_LAYOUT")) : 0;
-  switch (tag.GetInt32(id(td, "ORLIXTAG_LENS")))
-  {
-    case 0:
-    {
-      const Bool custom = tag.GetBool(id(td, "ORLIXTAG_PANO_CUSTOM"));
-      const Float h = custom ? tag.GetFloat(id(td, "ORLIXTAG_PANO_FOV_H")) : 2.0 * pi;
-      const Float v = custom ? tag.GetFloat(id(td, "ORLIXTAG_PANO_LAT_MAX")) - tag.GetFloat(id(td, "ORLIXTAG_PANO_LAT_MIN")) : pi;
-      aspect = v > 0.0 ? (h / (2.0 * pi) + h / (2.0 * pi)) / (v / pi) : 0.0;
-      break;
-    }
-    case 1:
-      aspect = 1.0;
-      break;
-    case 2:
-    {
-      const Float height = tag.GetFloat(id(td, "ORLIXTAG_CYL_HEIGHT"));
-      aspect = height > 0.0 ? (tag.GetFloat(id(td, "ORLIXTAG_CYL_RADIUS")) * 2.0 * pi / height) *
-                                (tag.GetFloat(id(td, "ORLIXTAG_CYL_FOV")) / (2.0 * pi))
-                            : 0.0;
-      break;
-    }
-    case 3:
-    {
-      const Float shapes[] = {4.0 / 3.0, 3.0 / 4.0, 6.0, 1.5, 1.0 / 6.0, 2.0 / 3.0, 1.0};
-      aspect = layout >= 0 && layout < 7 ? shapes[layout] : 0.0;
-      break;
-    }
-    default:
-      break;
-  }
-  if (stereo && vp && vd && vp->GetInt32(id(*vd, "ORLIXVP_STEREO_MODE")) == 1)
-    aspect *= vp->GetInt32(id(*vd, "ORLIXVP_PAIR_LAYOUT")) == 1 ? 0.5 : 2.0;
-  return aspect;
-}
-
-void PrintObjects(BaseObject* op, int depth, std::vector<BaseObject*>& cameras)
+void FindCameras(BaseObject* op, std::vector<BaseObject*>& cameras)
 {
   for (; op; op = op->GetNext())
   {
     if (op->GetType() == Ocamera)
       cameras.push_back(op);
-    PrintObjects(op->GetDown(), depth + 1, cameras);
+    FindCameras(op->GetDown(), cameras);
   }
+}
+
+/// The camera the render looks through, the tags on it and where its rays come from.
+void PrintLens(BaseDocument* doc, const host::RenderPlan& plan)
+{
+  BaseDraw* view = doc->GetRenderBaseDraw();
+  std::cout << "lens      ";
+  if (!plan.camera)
+    std::cout << "no camera";
+  else if (view && plan.camera == view->GetEditorCamera())
+    std::cout << "the editor camera (the scene has none)";
+  else
+  {
+    std::vector<std::string> tags;
+    for (BaseTag* t = plan.camera->GetFirstTag(); t; t = t->GetNext())
+      tags.push_back(TypeName(t->GetType()));
+    std::cout << "camera \"" << plan.camera->GetName().GetStdString() << "\", "
+              << (tags.empty() ? "no tags" : tags.size() == 1 ? "tag " : "tags ");
+    for (size_t i = 0; i < tags.size(); ++i)
+      std::cout << (i ? ", " : "") << tags[i];
+  }
+  if (plan.customLens.empty())
+    std::cout << "; rays from the host's pinhole\n";
+  else
+    std::cout << "; rays from video post " << TypeName(plan.customLens.front()->GetType()) << "\n";
 }
 
 int InfoCommand(const std::string& scene, const std::string& plugins)
@@ -389,107 +410,111 @@ int InfoCommand(const std::string& scene, const std::string& plugins)
   const Int32 w = rd->GetInt32(RDATA_XRES), h = rd->GetInt32(RDATA_YRES);
   const Bool stereo = rd->GetBool(RDATA_STEREO);
   std::cout << "scene     " << scene << "\n";
-  std::cout << "document  " << Str(doc->GetDocumentName().GetString()) << ", " << doc->GetFps() << " fps, "
-            << doc->GetMinTime().Get() << " to " << doc->GetMaxTime().Get() << " s\n";
+  std::cout << "document  " << doc->GetDocumentName().GetString().GetStdString() << ", " << doc->GetFps()
+            << " fps, " << doc->GetMinTime().Get() << " to " << doc->GetMaxTime().Get() << " s\n";
   std::vector<BaseObject*> cameras;
-  PrintObjects(doc->GetFirstObject(), 0, cameras);
+  FindCameras(doc->GetFirstObject(), cameras);
   std::cout << "cameras   " << cameras.size() << ":";
   for (BaseObject* c : cameras)
-    std::cout << " \"" << Str(c->GetName()) << "\"";
+    std::cout << " \"" << c->GetName().GetStdString() << "\"";
   std::cout << "\n";
 
-  const Lens lens = FindLens(doc);
-  const host::DescriptionResource* td = lens.tag ? host::scene::DescriptionOf(lens.tag->GetType()) : nullptr;
-  const host::DescriptionResource* vd = lens.videoPost ? host::scene::DescriptionOf(lens.videoPost->GetType()) : nullptr;
-  if (!lens.camera)
-    std::cout << "lens      none: no camera with an enabled lens tag, the host's own camera renders\n";
-  else if (!lens.tag || !td)
-    std::cout << "lens      camera \"" << Str(lens.camera->GetName()) << "\" has no lens tag\n";
-  else
-  {
-    const char* names[] = {"panorama", "dome", "cylindrical", "cubemap"};
-    const Int32 lensNo = lens.tag->GetDataInstance()->GetInt32(td->symbols.at("ORLIXTAG_LENS"));
-    std::cout << "lens      camera \"" << Str(lens.camera->GetName()) << "\", tag " << Str(td->name) << ", "
-              << (lensNo >= 0 && lensNo < 4 ? names[lensNo] : "unknown") << " (" << lensNo << ")\n";
-  }
-  const bool vpOn = lens.videoPost && !lens.videoPost->GetBit(BIT_VPDISABLED);
-  std::cout << "video post " << (lens.videoPost ? (vpOn ? "OrlixCam, enabled" : "OrlixCam, disabled") : "none") << "\n";
-  Int32 images = 1;
-  if (vpOn && lens.tag && td && vd)
-  {
-    const BaseContainer* vp = lens.videoPost->GetDataInstance();
-    const Int32 faces = lens.tag->GetDataInstance()->GetInt32(td->symbols.at("ORLIXTAG_LENS")) == 3 &&
-                            vp->GetInt32(vd->symbols.at("ORLIXVP_CUBE_LAYOUT")) != 6
-                          ? 6 : 1;
-    const Int32 eyes = stereo && vp->GetInt32(vd->symbols.at("ORLIXVP_STEREO_MODE")) != 3 ? 2 : 1;
-    images = faces * eyes;
-  }
-  std::cout << "images    " << images << " per frame" << (stereo ? " (stereo)" : "") << "\n";
-  std::cout << "size      " << w << " x " << h << "\n";
-  if (vpOn && lens.tag && td)
-  {
-    const Float aspect = LensAspect(*lens.tag->GetDataInstance(), vd ? lens.videoPost->GetDataInstance() : nullptr,
-                                    stereo, *td, vd);
-    if (aspect > 0.0)
-      std::cout << "lens size " << w << " x " << static_cast<Int32>(w / aspect + 0.5) << " (width kept), "
-                << static_cast<Int32>(aspect * h + 0.5) << " x " << h << " (height kept): shape "
-                << aspect << ":1\n";
-  }
+  String error;
+  const host::RenderPlan plan = Plan(doc, host::RenderOptions(), &error);
+  PrintLens(doc, plan);
+  std::cout << "video post ";
+  BaseVideoPost* vp = doc->GetActiveRenderData()->GetFirstVideoPost();
+  if (!vp)
+    std::cout << "none";
+  for (; vp; vp = vp->GetNext())
+    std::cout << TypeName(vp->GetType()) << (vp->GetBit(BIT_VPDISABLED) ? ", disabled" : ", enabled")
+              << (vp->GetNext() ? "; " : "");
+  std::cout << "\nimages    " << plan.imagesPerFrame << " per frame" << (stereo ? " (stereo)" : "") << "\n";
+  std::cout << "size      " << w << " x " << h;
+  if (error.IsEmpty() && (plan.width != w || plan.height != h))
+    std::cout << ", rendered as " << plan.width << " x " << plan.height;
+  std::cout << "\n";
+  if (!error.IsEmpty())
+    std::cout << "render    would stop: " << error.GetStdString() << "\n";
   return 0;
+}
+
+/// A fresh node of plug-in `entry` in `doc`, to read its defaults from; null for a kind that
+/// holds no parameters of a scene.
+BaseList2D* FreshNode(BaseDocument* doc, const host::PluginEntry& entry)
+{
+  if (entry.kind == host::PluginEntry::Kind::Tag)
+  {
+    BaseObject* holder = BaseObject::Alloc(Ocamera);
+    doc->InsertObject(holder, nullptr, nullptr);
+    return holder->MakeTag(entry.id);
+  }
+  if (entry.kind == host::PluginEntry::Kind::VideoPost)
+  {
+    BaseVideoPost* vp = BaseVideoPost::Alloc(entry.id);
+    doc->GetActiveRenderData()->InsertVideoPost(vp);
+    return vp;
+  }
+  return nullptr;
+}
+
+const char* KindName(host::PluginEntry::Kind kind)
+{
+  switch (kind)
+  {
+    case host::PluginEntry::Kind::Tag: return "tag";
+    case host::PluginEntry::Kind::VideoPost: return "video post";
+    case host::PluginEntry::Kind::Command: return "command";
+    case host::PluginEntry::Kind::CustomGui: return "custom GUI";
+    default: return "library";
+  }
+}
+
+/// Every parameter of one description, with its default as a fresh node writes it.
+void PrintParams(const host::PluginEntry& entry, const host::DescriptionResource& desc)
+{
+  std::cout << desc.name.GetStdString() << " (" << KindName(entry.kind) << " \"" << entry.name.GetStdString()
+            << "\")\n";
+  std::printf("  %-6s %-38s %-10s %-14s %s\n", "id", "symbol", "type", "default", "unit");
+  BaseDocument* doc = BaseDocument::Alloc();
+  SetActiveDocument(doc);
+  BaseList2D* node = FreshNode(doc, entry);
+  for (const auto& [id, settings] : desc.entries)
+  {
+    const std::string type = settings.GetString(DESC_TYPE).GetStdString();
+    if (type == "GROUP" || type == "STATICTEXT" || type == "SEPARATOR")
+      continue;
+    std::string unit = settings.GetString(DESC_UNIT).GetStdString();
+    std::string value = "-";
+    if (node)
+      if (const GeData* d = node->GetDataInstance()->GetDataPointer(id))
+      {
+        const host::scene::Json j = host::scene::WriteParameter(*d, settings, doc, std::string());
+        value = j.is_null() ? "-" : j.dump();
+      }
+    if (unit == "DEGREE")
+      unit = "degrees (radians inside; write {\"deg\": x})";
+    else if (unit == "PERCENT")
+      unit = "percent (the number is the percentage)";
+    std::printf("  %-6d %-38s %-10s %-14s %s\n", id, host::scene::EntrySymbol(desc, id).c_str(), type.c_str(),
+                value.c_str(), unit.c_str());
+  }
+  KillDocument(doc);
+  std::cout << "\n";
 }
 
 int ParamsCommand(const std::string& plugins)
 {
   host::PluginModule module;
   LoadPlugin(module, plugins);
-  for (const char* name : {"OrlixTag", "OrlixCam"})
+  for (const host::PluginEntry& e : host::App().plugins.All())
   {
-    const host::DescriptionResource* desc = host::Descriptions().Find(String(name));
+    if (!e.description.IsPopulated())
+      continue;
+    const host::DescriptionResource* desc = host::Descriptions().Find(e.description);
     if (!desc)
-      throw Stop{std::string("the plug-in registered no description ") + name, kFailed};
-    std::cout << name << (std::string(name) == "OrlixTag" ? " (the lens tag)\n" : " (the video post)\n");
-    std::printf("  %-6s %-38s %-10s %-14s %s\n", "id", "symbol", "type", "default", "unit");
-    // Defaults as a fresh node writes them.
-    BaseList2D* node = nullptr;
-    BaseObject* holder = nullptr;
-    const Int32 tagType = PluginType("OrlixTag", host::PluginEntry::Kind::Tag);
-    const Int32 vpType = PluginType("OrlixCam", host::PluginEntry::Kind::VideoPost);
-    BaseDocument* doc = BaseDocument::Alloc();
-    SetActiveDocument(doc);
-    if (std::string(name) == "OrlixTag")
-    {
-      holder = BaseObject::Alloc(Ocamera);
-      doc->InsertObject(holder, nullptr, nullptr);
-      node = holder->MakeTag(tagType);
-    }
-    else
-    {
-      BaseVideoPost* vp = BaseVideoPost::Alloc(vpType);
-      doc->GetActiveRenderData()->InsertVideoPost(vp);
-      node = vp;
-    }
-    for (const auto& [id, settings] : desc->entries)
-    {
-      const std::string type = Str(settings.GetString(DESC_TYPE));
-      if (type == "GROUP" || type == "STATICTEXT" || type == "SEPARATOR")
-        continue;
-      std::string unit = Str(settings.GetString(DESC_UNIT));
-      std::string value = "-";
-      if (node)
-        if (const GeData* d = node->GetDataInstance()->GetDataPointer(id))
-        {
-          const host::scene::Json j = host::scene::WriteParameter(*d, settings, doc, std::string());
-          value = j.is_null() ? "-" : j.dump();
-        }
-      if (unit == "DEGREE")
-        unit = "degrees (radians inside; write {\"deg\": x})";
-      else if (unit == "PERCENT")
-        unit = "percent (the number is the percentage)";
-      std::printf("  %-6d %-38s %-10s %-14s %s\n", id, host::scene::EntrySymbol(*desc, id).c_str(), type.c_str(),
-                  value.c_str(), unit.c_str());
-    }
-    KillDocument(doc);
-    std::cout << "\n";
+      throw Stop{"the plug-in registered no description " + e.description.GetStdString(), kFailed};
+    PrintParams(e, *desc);
   }
   return 0;
 }
@@ -497,18 +522,18 @@ int ParamsCommand(const std::string& plugins)
 int Run(int argc, char** argv)
 {
   CLI::App app{"orlixcam: renders immersive pictures (dome, panorama, cylinder, cubemap, stereo) from scene files\n"
-               "through the OrlixCam lens plug-in."};
+               "through the lens plug-in of its plug-in folder."};
   app.set_version_flag("--version", std::string("orlixcam ") + ORLIXCAM_VERSION);
   app.require_subcommand(1);
   std::string plugins;
-  app.add_option("--plugins", plugins, "The plug-in folder (holding OrlixCam.so and res/); default: plugins/OrlixCam beside this program")
+  app.add_option("--plugins", plugins, "The plug-in folder (holding the module and res/); default: plugins/" + kDefaultPlugin + " beside this program")
     ->check(CLI::ExistingDirectory);
 
   RenderArgs r;
   CLI::App* render = app.add_subcommand("render", "Render a scene to a picture");
   render->footer("Example:\n  orlixcam render Examples/fulldome.json -o dome.png --samples 4\n"
                  "  orlixcam render Examples/dome_slate.json -o frames/dome_####.png --frames 0-24\n"
-                 "  orlixcam render Examples/panorama.json -o dirs.exr --pass direction --set ORLIXTAG_LENS=1");
+                 "  orlixcam render Examples/panorama.json -o dirs.exr --pass direction --set width=1024");
   render->add_option("scene", r.scene, "The scene file (JSON)")->required();
   render->add_option("-o,--output", r.out, "The picture to write: .png (8-bit), .tif (16-bit) or .exr (32-bit float); #### numbers frames")
     ->required();
@@ -518,16 +543,17 @@ int Run(int argc, char** argv)
   render->add_option("--threads", r.threads, "Render threads; 0 uses every core")->check(CLI::Range(0, 1024))->capture_default_str();
   render->add_option("--frames", r.frames, "Frames A-B (or one frame A) at the scene's frame rate");
   render->add_flag("--preview", r.preview, "An editor render into the render view (no stereo merge, no slate)");
-  render->add_option("--set", r.sets, "SYMBOL=VALUE: a parameter of the lens tag or the video post (see params), or width, height, fps, stereo, alpha")
+  render->add_option("--set", r.sets, "SYMBOL=VALUE: a parameter of a tag on the render camera or of a video post (see params), or width, height, fps, "
+                     "stereo, alpha")
     ->allow_extra_args(false);
   render->add_option("--pass", r.pass, "direction: each pixel holds the world direction of its ray (32-bit float)");
 
   std::string infoScene;
-  CLI::App* info = app.add_subcommand("info", "Show a scene in brief: cameras, lens, images per frame, sizes");
+  CLI::App* info = app.add_subcommand("info", "Show a scene in brief: cameras, the render camera and its lens, images per frame, size");
   info->footer("Example:\n  orlixcam info Examples/stereo_cubemap_sbs.json");
   info->add_option("scene", infoScene, "The scene file (JSON)")->required();
 
-  CLI::App* params = app.add_subcommand("params", "List every parameter of the lens tag and the video post");
+  CLI::App* params = app.add_subcommand("params", "List every parameter of every description the plug-ins registered");
   params->footer("Example:\n  orlixcam params | grep DOME");
 
   try

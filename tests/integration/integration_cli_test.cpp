@@ -89,28 +89,31 @@ std::string LensScene(const std::string& tagParams, int w, int h)
     {"type": "camera", "name": "Lens", "tags": [{"type": "OrlixTag", "params": {)" + tagParams + R"(}}]}]})";
 }
 
-constexpr double kPi = 3.14159265358979323846;
 } // namespace
 
 TEST_F(Cli, BadInputStopsWithExitCode2AndWritesNothing)
 {
   const std::string good = Write("good.json", LensScene("\"ORLIXTAG_LENS\": 1", 16, 16));
   const std::string zero = Write("zero.json", "{\"format\": \"orlixcam-scene/1\", \"render\": {\"width\": 0}}");
-  const std::string out = (dir / "out.png").string();
+  const std::string out = (dir / "out.png").string(), render = "render " + good + " -o " + out;
   struct Case
   {
     std::string args, message;
   } cases[] = {
     {"render " + zero + " -o " + out, "zero.json: /render/width: 0 is out of range 1 to 65536"},
+    {"info " + Path("missing.json"), "missing.json"},
     {"render " + good + " -o " + (dir / "out.bmp").string(), "unknown picture format"},
     {"render " + good + " -o " + (dir / "nofolder" / "out.png").string(), "does not exist"},
-    {"render " + good + " -o " + out + " --frames 5-1", "the range ends before it starts"},
-    {"render " + good + " -o " + out + " --frames 1-3", "several frames need #### in -o"},
-    {"render " + good + " -o " + out + " --set ORLIXTAG_NOTHING=1", "unknown parameter ORLIXTAG_NOTHING"},
-    {"render " + good + " -o " + out + " --set ORLIXTAG_LENS=9", "9 is not one of 0, 1, 2, 3"},
-    {"render " + good + " -o " + out + " --pass direction", "use .exr or .tif"},
-    {"render " + good + " -o " + out + " --samples 0", "--samples"},
-    {"render " + good + " -o " + out + " --width 65536 --height 65536", "more than the machine's"},
+    {render + " --frames 5-1", "the range ends before it starts"},
+    {render + " --frames 1-3", "several frames need #### in -o"},
+    {render + " --set ORLIXTAG_NOTHING=1", "unknown parameter ORLIXTAG_NOTHING"},
+    {render + " --set ORLIXTAG_LENS=9", "9 is not one of 0, 1, 2, 3"},
+    {render + " --set width=0", "--set width=0: expected a number from"},
+    {render + " --set stereo=maybe", "expected true or false"},
+    {render + " --set =1", "expected SYMBOL=VALUE"},
+    {render + " --pass direction", "use .exr or .tif"},
+    {render + " --samples 0", "--samples"},
+    {render + " --width 65536 --height 65536", "more than the machine's"},
   };
   const std::string before = Read(good);
   for (const Case& c : cases)
@@ -176,97 +179,66 @@ TEST_F(Cli, FramesAreNumberedAndSetChangesTheRender)
 
 TEST_F(Cli, DirectionPassWritesEachPixelsDirection)
 {
-  // The lens formulas have tests of their own; here the pass must put landmark directions at
-  // their pixels as unit vectors, and nothing where a dome shoots no ray. 20, 35 is 3/4 of the
-  // dome's radius below its centre: 67.5° from the axis.
+  // The lens's directions have tests of their own; here the pass must write them as unit vectors
+  // at their pixels, and nothing where a dome shoots no ray.
   const double h = std::sqrt(0.5);
+  const fs::path exr = dir / "dome.exr";
+  const Outcome r = Orlixcam("render " + Write("s.json", LensScene("\"ORLIXTAG_LENS\": 1", 41, 41)) + " -o " +
+                             exr.string() + " --pass direction");
+  ASSERT_EQ(r.code, 0) << r.err;
+  const Picture p = Load(exr);
+  ASSERT_EQ(p.width, 41);
+  ASSERT_GE(p.channels, 3);
+  const struct
+  {
+    int x, y;
+    double d[3];
+  } at[] = {{20, 20, {0, 0, 1}}, {30, 20, {h, 0, h}}, {20, 10, {0, h, h}}, {0, 0, {0, 0, 0}}};
+  for (const auto& a : at)
+    for (int c = 0; c < 3; ++c)
+      EXPECT_NEAR(p.At(a.x, a.y)[c], a.d[c], 1e-4) << "pixel " << a.x << ", " << a.y << " component " << c;
+}
+
+TEST_F(Cli, InfoReportsTheRenderStartAndParamsEveryDescription)
+{
+  // The camera with the enabled tag is the one the render looks through; the images per frame are
+  // what the video post answers at the start of a render.
+  const std::string cameras = R"("objects": [{"type": "camera", "name": "Plain"},
+    {"type": "camera", "name": "Off", "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_ENABLED": false}}]},
+    {"type": "camera", "name": "Lens", "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_LENS": )";
   const struct
   {
     const char* name;
-    std::string params;
-    int w, h;
-    struct
-    {
-      int x, y;
-      double d[3];
-    } at[5];
-  } lenses[] = {
-    {"pano", "\"ORLIXTAG_LENS\": 0", 33, 17,
-     {{16, 8, {0, 0, 1}}, {24, 8, {1, 0, 0}}, {0, 8, {0, 0, -1}}, {16, 0, {0, 1, 0}}, {20, 12, {0.5, -h, 0.5}}}},
-    {"dome", "\"ORLIXTAG_LENS\": 1, \"ORLIXTAG_DOME_FOV\": {\"deg\": 180}", 41, 41,
-     {{20, 20, {0, 0, 1}}, {30, 20, {h, 0, h}}, {20, 10, {0, h, h}}, {20, 35, {0, -0.9238795, 0.3826834}}, {0, 0, {0, 0, 0}}}},
+    std::string render;
+    int lens, images;
+  } scenes[] = {
+    {"cubemap", R"("videoPosts": [{"type": "OrlixCam", "params": {"ORLIXVP_CUBE_LAYOUT": 3}}])", 3, 6},
+    {"stereo cubemap", R"("stereo": true, "videoPosts": [{"type": "OrlixCam", "params": {"ORLIXVP_STEREO_MODE": 1}}])", 3, 12},
+    {"dome", R"("videoPosts": [{"type": "OrlixCam"}])", 1, 1},
   };
-  for (const auto& l : lenses)
+  for (const auto& s : scenes)
   {
-    SCOPED_TRACE(l.name);
-    const fs::path exr = dir / (std::string(l.name) + ".exr");
-    const Outcome r = Orlixcam("render " + Write("s.json", LensScene(l.params, l.w, l.h)) + " -o " + exr.string() +
-                               " --pass direction");
-    ASSERT_EQ(r.code, 0) << r.err;
-    const Picture p = Load(exr);
-    ASSERT_EQ(p.width, l.w);
-    ASSERT_EQ(p.height, l.h);
-    ASSERT_GE(p.channels, 3);
-    for (const auto& a : l.at)
-      for (int c = 0; c < 3; ++c)
-        EXPECT_NEAR(p.At(a.x, a.y)[c], a.d[c], 1e-4) << "pixel " << a.x << ", " << a.y << " component " << c;
+    SCOPED_TRACE(s.name);
+    const std::string scene = Write("s.json", R"({"format": "orlixcam-scene/1", "render": {"width": 600, "height": 300, )" +
+                                                s.render + "}, " + cameras + std::to_string(s.lens) + "}}]}]}");
+    const Outcome info = Orlixcam("info " + scene);
+    ASSERT_EQ(info.code, 0) << info.err;
+    EXPECT_NE(info.out.find("cameras   3: \"Plain\" \"Off\" \"Lens\""), std::string::npos) << info.out;
+    EXPECT_NE(info.out.find("lens      camera \"Lens\", tag OrlixTag; rays from video post OrlixCam"), std::string::npos)
+      << info.out;
+    EXPECT_NE(info.out.find("images    " + std::to_string(s.images) + " per frame"), std::string::npos) << info.out;
+    EXPECT_EQ(info.err.find("Alpha channel"), std::string::npos) << "the render's start prints nothing: " << info.err;
   }
-}
-
-TEST_F(Cli, SkyOnlyPanoramaReproducesItsPicture)
-{
-  // A smooth picture with detail in both directions, one colour at each pole as a real sky has
-  // (the top and bottom rows of a panorama all look at one point).
-  const int w = 512, h = 256;
-  std::vector<float> px;
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x)
-    {
-      const double u = (x + 0.5) / w, v = (y + 0.5) / h, pole = std::sin(kPi * v);
-      px.insert(px.end(), {float(0.5 + 0.4 * pole * std::sin(u * 2 * kPi * 3)), float(0.5 + 0.4 * std::cos(v * kPi * 3)),
-                           float(0.5 + 0.3 * pole * std::sin((u + v) * 2 * kPi * 2))});
-    }
-  const std::string sky = (dir / "sky.png").string();
-  {
-    auto out = OIIO::ImageOutput::create(sky);
-    ASSERT_TRUE(out && out->open(sky, OIIO::ImageSpec(w, h, 3, OIIO::TypeDesc::UINT8)));
-    out->write_image(OIIO::TypeDesc::FLOAT, px.data());
-    out->close();
-  }
-  const std::string scene = Write("sky.json", R"({"format": "orlixcam-scene/1", "render": {"width": 512, "height": 256},
-    "objects": [{"type": "sky", "picture": "sky.png"},
-                {"type": "camera", "name": "Lens", "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_LENS": 0}}]}]})");
-  const Outcome r = Orlixcam("render " + scene + " -o " + (dir / "pano.png").string() + " --samples 1");
-  ASSERT_EQ(r.code, 0) << r.err;
-  const Picture a = Load(dir / "pano.png"), b = Load(sky);
-  ASSERT_EQ(a.px.size(), b.px.size());
-  double sum = 0.0;
-  for (size_t i = 0; i < a.px.size(); ++i)
-    sum += (a.px[i] - b.px[i]) * (a.px[i] - b.px[i]);
-  const double psnr = 10.0 * std::log10(1.0 / (sum / a.px.size()));
-  EXPECT_GE(psnr, 40.0);
-}
-
-TEST_F(Cli, InfoParamsAndHelp)
-{
-  const std::string scene = Write("cube.json", R"({"format": "orlixcam-scene/1", "render": {"width": 600, "height": 300, "stereo": true,
-    "videoPosts": [{"type": "OrlixCam", "params": {"ORLIXVP_CUBE_LAYOUT": 3, "ORLIXVP_STEREO_MODE": 1}}]},
-    "objects": [{"type": "camera", "name": "Plain"},
-                {"type": "camera", "name": "Cube", "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_LENS": 3}}]}]})");
-  const Outcome info = Orlixcam("info " + scene);
-  ASSERT_EQ(info.code, 0) << info.err;
-  EXPECT_NE(info.out.find("cameras   2: \"Plain\" \"Cube\""), std::string::npos) << info.out;
-  EXPECT_NE(info.out.find("camera \"Cube\", tag OrlixTag, cubemap (3)"), std::string::npos) << info.out;
-  EXPECT_NE(info.out.find("images    12 per frame"), std::string::npos) << info.out;
-  // A 3 × 2 cubemap with the eyes side by side is 3:1: 600 wide wants 200 high.
-  EXPECT_NE(info.out.find("lens size 600 x 200 (width kept), 900 x 300 (height kept)"), std::string::npos) << info.out;
 
   const Outcome params = Orlixcam("params");
   ASSERT_EQ(params.code, 0) << params.err;
-  EXPECT_NE(params.out.find("1008   ORLIXTAG_DOME_FOV"), std::string::npos) << params.out;
-  EXPECT_NE(params.out.find("{\"deg\":180"), std::string::npos) << "the dome's default field in degrees";
-  EXPECT_NE(params.out.find("ORLIXVP_CUBE_LAYOUT"), std::string::npos);
+  for (const char* line : {"OrlixTag (tag", "OrlixCam (video post", "1008   ORLIXTAG_DOME_FOV", "{\"deg\":180",
+                           "ORLIXVP_CUBE_LAYOUT"})
+    EXPECT_NE(params.out.find(line), std::string::npos) << line << " is missing:\n" << params.out;
+}
 
+TEST_F(Cli, HelpVersionAndPluginFolder)
+{
   for (const std::string command : {"render", "info", "params"})
   {
     const Outcome h = Orlixcam(command + " --help");

@@ -1,0 +1,229 @@
+#include "render/render_stages.h"
+
+#include <atomic>
+#include <cmath>
+#include <string>
+
+#include "host_app.h"
+#include "render/render_limits.h"
+
+namespace
+{
+// Renders running now, by kind, for CheckIsRunning.
+std::atomic<Int32> editorRenders{0};
+std::atomic<Int32> externalRenders{0};
+} // namespace
+
+Bool CheckIsRunning(Int32 type)
+{
+  const Int32 editor = editorRenders.load(), external = externalRenders.load();
+  switch (type)
+  {
+    case CHECKISRUNNING_ANYTHING: return editor + external > 0;
+    case CHECKISRUNNING_EDITORRENDERING: return editor > 0;
+    case CHECKISRUNNING_EXTERNALRENDERING: return external > 0;
+    default: return false;
+  }
+}
+
+namespace host::render
+{
+namespace
+{
+constexpr Int32 kMaxImages = 1024;
+constexpr Int64 kMaxFrames = 1 << 20;
+
+/// Counts the render as running for CheckIsRunning while it lives.
+class RunningMark
+{
+public:
+  explicit RunningMark(Bool editorRender) : counter(editorRender ? editorRenders : externalRenders) { ++counter; }
+  ~RunningMark() { --counter; }
+  RunningMark(const RunningMark&) = delete;
+  RunningMark& operator=(const RunningMark&) = delete;
+
+private:
+  std::atomic<Int32>& counter;
+};
+
+/// Puts the document's time back when the render ends.
+class TimeRestore
+{
+public:
+  explicit TimeRestore(BaseDocument* d) : doc(d), time(d->GetTime()) {}
+  ~TimeRestore() { doc->SetTime(time); }
+  TimeRestore(const TimeRestore&) = delete;
+  TimeRestore& operator=(const TimeRestore&) = delete;
+
+private:
+  BaseDocument* doc;
+  BaseTime time;
+};
+
+const char* StageName(VIDEOPOSTCALL stage)
+{
+  switch (stage)
+  {
+    case VIDEOPOSTCALL_FRAMESEQUENCE: return "FRAMESEQUENCE";
+    case VIDEOPOSTCALL_FRAME: return "FRAME";
+    case VIDEOPOSTCALL_RENDER: return "RENDER";
+    default: return "a stage";
+  }
+}
+} // namespace
+
+String VideoPostName(const BaseVideoPost* vp)
+{
+  if (vp->GetName().IsPopulated())
+    return vp->GetName();
+  const PluginEntry* entry = App().plugins.Find(vp->GetType());
+  return entry && entry->name.IsPopulated() ? entry->name : String("video post ") + String::IntToString(vp->GetType());
+}
+
+Bool RenderStages::CheckInput()
+{
+  if (options.samples < 1 || options.samples > RenderOptions::kMaxSamples)
+    return Fail(String("samples per pixel must be 1 to " + std::to_string(RenderOptions::kMaxSamples) + ", not " +
+                       std::to_string(options.samples)));
+  if (options.threads < 0)
+    return Fail(String("the thread count must be 0 (all cores) or more, not " + std::to_string(options.threads)));
+  if (options.width < 0 || options.height < 0)
+    return Fail(String("render size " + std::to_string(options.width) + " x " + std::to_string(options.height) +
+                       ": width and height must be at least 1 pixel"));
+  renderData = doc->GetActiveRenderData();
+  if (!renderData)
+    return Fail(String("the document has no render settings"));
+
+  BaseContainer settings = renderData->GetData();
+  if (options.width > 0)
+    settings.SetInt32(RDATA_XRES, options.width);
+  if (options.height > 0)
+    settings.SetInt32(RDATA_YRES, options.height);
+  if (!ReadSize(settings, width, height, error) || !CheckMemory(width, height, 1, false, error))
+    return false;
+  render = std::make_unique<RunningRender>(settings);
+
+  // Frames: the document's current time, or the range at the settings' frame rate.
+  Float fps = settings.GetFloat(RDATA_FRAMERATE, doc->GetFps());
+  if (!(fps > 0.0) || !std::isfinite(fps))
+    fps = doc->GetFps() > 0 ? doc->GetFps() : 30;
+  if (!options.firstFrame && !options.lastFrame)
+  {
+    frames.push_back(Frame{doc->GetTime().GetFrame(fps), doc->GetTime()});
+    return true;
+  }
+  const Int32 first = options.firstFrame ? *options.firstFrame : *options.lastFrame;
+  const Int32 last = options.lastFrame ? *options.lastFrame : first;
+  if (last < first)
+    return Fail(String("frame range " + std::to_string(first) + " to " + std::to_string(last) + " is empty"));
+  if (static_cast<Int64>(last) - first >= kMaxFrames)
+    return Fail(String("frame range " + std::to_string(first) + " to " + std::to_string(last) + " has more than " +
+                       std::to_string(kMaxFrames) + " frames"));
+  for (Int64 f = first; f <= last; ++f)
+    frames.push_back(Frame{static_cast<Int32>(f), BaseTime(static_cast<Float>(f), fps)});
+  return true;
+}
+
+void RenderStages::GatherVideoPosts()
+{
+  for (BaseVideoPost* vp = renderData->GetFirstVideoPost(); vp; vp = vp->GetNext())
+  {
+    auto* data = dynamic_cast<VideoPostData*>(vp->GetNodeData());
+    if (data && !vp->GetBit(BIT_VPDISABLED))
+      videoPosts.push_back(ActiveVideoPost{vp, data, 0});
+  }
+}
+
+Bool RenderStages::Drive()
+{
+  TimeRestore timeRestore(doc);
+  RunningMark running(options.editorRender);
+  Notify(true);
+  Bool ok = Start() && AfterStart();
+  if (ok)
+  {
+    // Once the sequence is open, a failure still closes it, so video posts can clean up.
+    size_t f = 0;
+    ok = Stage(VIDEOPOSTCALL_FRAMESEQUENCE, true, frames.front().time) && InsideSequence(f);
+    if (ok)
+      ok = Stage(VIDEOPOSTCALL_FRAMESEQUENCE, false, frames.back().time);
+    else
+      Abort(frames[f > 0 ? f - 1 : 0].time);
+  }
+  Notify(false);
+  return ok;
+}
+
+void RenderStages::Notify(Bool start)
+{
+  RenderNotificationData data;
+  data.start = start;
+  data.external = !options.editorRender;
+  data.doc = doc;
+  for (const ActiveVideoPost& vp : videoPosts)
+    vp.node->Message(MSG_MULTI_RENDERNOTIFICATION, &data);
+}
+
+Bool RenderStages::Stage(VIDEOPOSTCALL stage, Bool open, const BaseTime& time)
+{
+  VideoPostStruct vps;
+  vps.vp = stage;
+  vps.open = open;
+  vps.time = time;
+  vps.doc = doc;
+  vps.render = render.get();
+  for (const ActiveVideoPost& vp : videoPosts)
+  {
+    const RENDERRESULT result = vp.data->Execute(vp.node, &vps);
+    if (result != RENDERRESULT_OK)
+      return Fail(VideoPostName(vp.node) + String(std::string(" failed at the ") + (open ? "opening" : "closing") +
+                                                  " of " + StageName(stage) + " (result " +
+                                                  std::to_string(result) + ")"));
+  }
+  return true;
+}
+
+void RenderStages::Abort(const BaseTime& time)
+{
+  const String message = *error;
+  Stage(VIDEOPOSTCALL_FRAMESEQUENCE, false, time);
+  *error = message;
+}
+
+Bool RenderStages::Start()
+{
+  for (ActiveVideoPost& vp : videoPosts)
+  {
+    if (!vp.data->AllocateBuffers(vp.node, render.get(), doc))
+      return Fail(VideoPostName(vp.node) + String(" could not allocate its buffers"));
+    vp.info = vp.data->GetRenderInfo(vp.node);
+    if ((vp.info & VIDEOPOSTINFO_CUSTOMLENS) && !lens)
+      lens = &vp;
+    if (vp.info & VIDEOPOSTINFO_EXECUTEPIXEL)
+      pixelPosts.push_back(&vp);
+  }
+
+  // Video posts may have changed the running settings: size, stereo and alpha count from here.
+  const BaseContainer& settings = render->Settings();
+  if (!ReadSize(settings, width, height, error))
+    return false;
+  withAlpha = settings.GetBool(RDATA_ALPHACHANNEL);
+  eyes.assign(1, {false, Matrix()});
+  if (!settings.GetBool(RDATA_STEREO) || !lens)
+    return true;
+  const Int32 count = lens->data->StereoGetCameraCountRenderer(lens->node, doc, renderData);
+  if (count > kMaxImages)
+    return Fail(VideoPostName(lens->node) + String(" asks for " + std::to_string(count) +
+                                                   " images per frame, more than " + std::to_string(kMaxImages)));
+  imageCount = count > 1 ? count : 1;
+  eyes.assign(static_cast<size_t>(imageCount), {false, Matrix()});
+  BaseDraw* view = doc->GetRenderBaseDraw();
+  for (Int32 i = 0; i < imageCount; ++i)
+  {
+    StereoCameraInfo info;
+    if (lens->data->StereoGetCameraInfo(lens->node, doc, view, renderData, i, info))
+      eyes[static_cast<size_t>(i)] = {true, info.m};
+  }
+  return true;
+}
+} // namespace host::render
