@@ -6,7 +6,7 @@
 #include "c4d.h"
 #include "host_app.h"
 
-TEST(HostContainer, TypedGettersConvertAndSaturate)
+TEST(HostContainer, TypedGettersConvertSaturateAndKeepOrder)
 {
   BaseContainer bc;
   EXPECT_EQ(bc.GetInt32(1000, 7), 7) << "a missing id reads as the caller's default";
@@ -18,7 +18,6 @@ TEST(HostContainer, TypedGettersConvertAndSaturate)
   EXPECT_EQ(bc.GetInt32(1003), 2147483647) << "out-of-range floats saturate";
   bc.SetString(1004, String("dome"));
   EXPECT_EQ(bc.GetVector(1004, Vector(1, 2, 3)), Vector()) << "a value of another type reads neutral, not the default";
-
   bc.SetInt32(1000, 3);
   EXPECT_EQ(bc.GetDataCount(), 4) << "setting an id again replaces its value";
   EXPECT_EQ(bc.GetIndexId(0), 1000) << "insertion order is kept";
@@ -27,21 +26,26 @@ TEST(HostContainer, TypedGettersConvertAndSaturate)
   EXPECT_EQ(bc.GetIndexId(0), 1001);
 }
 
-TEST(HostContainer, CopiesAreIndependent)
+TEST(HostContainer, CopiesOfNestedContainersAndCustomDataAreIndependent)
 {
-  BaseContainer inner;
+  BaseContainer inner, a;
   inner.SetInt32(1, 10);
-  BaseContainer a;
   a.SetContainer(5, inner);
-  a.SetString(6, String("left"));
   BaseContainer b = a;
   b.GetContainerInstance(5)->SetInt32(1, 20);
-  b.SetString(6, String("right"));
   EXPECT_EQ(a.GetContainer(5).GetInt32(1), 10);
-  EXPECT_EQ(a.GetString(6), String("left"));
   EXPECT_NE(a, b);
   b = a;
   EXPECT_EQ(a, b);
+
+  PriorityData pd;
+  pd.SetPriorityValue(PRIORITYVALUE_PRIORITY, GeData(Int32(12)));
+  GeData x(CUSTOMDATATYPE_PRIORITY, pd);
+  GeData y = x;
+  static_cast<PriorityData*>(y.GetCustomDataType(CUSTOMDATATYPE_PRIORITY))->SetPriorityValue(PRIORITYVALUE_PRIORITY, GeData(Int32(3)));
+  EXPECT_EQ(static_cast<PriorityData*>(x.GetCustomDataType(CUSTOMDATATYPE_PRIORITY))->GetPriorityValue(PRIORITYVALUE_PRIORITY).GetInt32(), 12);
+  EXPECT_EQ(x.GetCustomDataType(CUSTOMDATATYPE_BITMAPBUTTON), nullptr) << "asking for another custom type gives null";
+  EXPECT_NE(x, y);
 }
 
 TEST(HostContainer, LinksReadNullOnceTheNodeIsGone)
@@ -50,7 +54,6 @@ TEST(HostContainer, LinksReadNullOnceTheNodeIsGone)
   BaseDocument* other = BaseDocument::Alloc();
   BaseObject* cam = BaseObject::Alloc(Ocamera);
   doc->InsertObject(cam, nullptr, nullptr);
-
   BaseContainer bc;
   bc.SetLink(1, cam);
   EXPECT_EQ(bc.GetLink(1, doc), cam);
@@ -65,25 +68,12 @@ TEST(HostContainer, LinksReadNullOnceTheNodeIsGone)
   BaseDocument::Free(other);
 }
 
-TEST(HostContainer, CustomDataIsCopiedWithItsGeData)
-{
-  PriorityData pd;
-  pd.SetPriorityValue(PRIORITYVALUE_PRIORITY, GeData(Int32(12)));
-  GeData a(CUSTOMDATATYPE_PRIORITY, pd);
-  GeData b = a;
-  static_cast<PriorityData*>(b.GetCustomDataType(CUSTOMDATATYPE_PRIORITY))->SetPriorityValue(PRIORITYVALUE_PRIORITY, GeData(Int32(3)));
-  EXPECT_EQ(static_cast<PriorityData*>(a.GetCustomDataType(CUSTOMDATATYPE_PRIORITY))->GetPriorityValue(PRIORITYVALUE_PRIORITY).GetInt32(), 12);
-  EXPECT_EQ(a.GetCustomDataType(CUSTOMDATATYPE_BITMAPBUTTON), nullptr) << "asking for another custom type gives null";
-  EXPECT_NE(a, b);
-}
-
 namespace
 {
 // Answers parameter 2000 itself and records what it is told.
 class RecordingData : public NodeData
 {
 public:
-  static std::vector<Int32> messages;
   static NodeData* Alloc() { return new RecordingData; }
   Bool Message(GeListNode*, Int32 type, void*) override
   {
@@ -109,8 +99,8 @@ public:
     return true;
   }
   Int32 mirrored = 0;
+  std::vector<Int32> messages;
 };
-std::vector<Int32> RecordingData::messages;
 } // namespace
 
 TEST(HostParameters, PassThroughNodeDataThenPostSetMessage)
@@ -124,20 +114,17 @@ TEST(HostParameters, PassThroughNodeDataThenPostSetMessage)
   BaseVideoPost* vp = BaseVideoPost::Alloc(1999001);
   ASSERT_NE(vp, nullptr);
   auto* data = static_cast<RecordingData*>(vp->GetNodeData());
-  ASSERT_NE(data, nullptr);
-
   GeData d;
   ASSERT_TRUE(vp->GetParameter(DescID(2000), d));
   EXPECT_EQ(d.GetString(), String("computed"));
   EXPECT_FALSE(vp->GetParameter(DescID(2001), d)) << "an id neither answered nor stored fails";
-
-  RecordingData::messages.clear();
+  data->messages.clear();
   ASSERT_TRUE(vp->SetParameter(DescID(2000), GeData(Int32(42))));
   EXPECT_EQ(data->mirrored, 42);
   EXPECT_EQ(vp->GetDataInstance()->GetDataPointer(2000), nullptr) << "an answered set doesn't reach the container";
   ASSERT_TRUE(vp->SetParameter(DescID(2001), GeData(Int32(7))));
   EXPECT_EQ(vp->GetDataInstance()->GetInt32(2001), 7);
-  EXPECT_EQ(RecordingData::messages, (std::vector<Int32>{MSG_DESCRIPTION_POSTSETPARAMETER, MSG_DESCRIPTION_POSTSETPARAMETER}));
+  EXPECT_EQ(data->messages, (std::vector<Int32>{MSG_DESCRIPTION_POSTSETPARAMETER, MSG_DESCRIPTION_POSTSETPARAMETER}));
   BaseVideoPost::Free(vp);
   host::ResetApp();
 }

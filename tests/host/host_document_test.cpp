@@ -1,8 +1,11 @@
-// Documents: object trees, tags, the render view, the active document and the registry.
+// Documents and their nodes: object trees, matrices, tags, the render view and its camera, polygon
+// objects, the active document and the registry.
 #include <gtest/gtest.h>
 
 #include "c4d.h"
+#include "c4d_objects.h"
 #include "host_app.h"
+#include "render/render_scene.h"
 
 namespace
 {
@@ -19,41 +22,104 @@ struct DocTest : ::testing::Test
 };
 } // namespace
 
-TEST_F(DocTest, NodesKnowTheirDocumentAtAnyDepth)
+TEST_F(DocTest, InsertAndRemoveKeepTheTreeConsistentAndNodesKnowTheirDocument)
 {
   BaseObject* rig = BaseObject::Alloc(Onull);
-  BaseObject* cam = BaseObject::Alloc(Ocamera);
+  BaseObject* a = BaseObject::Alloc(Ocamera);
+  BaseObject* b = BaseObject::Alloc(Onull);
+  BaseObject* c = BaseObject::Alloc(Onull);
   doc->InsertObject(rig, nullptr, nullptr);
-  doc->InsertObject(cam, rig, nullptr);
-  BaseTag* tag = cam->MakeTag(Tprotection);
+  a->InsertUnderLast(rig);
+  c->InsertUnderLast(rig);
+  b->InsertAfter(a);
+  EXPECT_EQ(rig->GetDown(), a);
+  EXPECT_EQ(a->GetNext(), b);
+  EXPECT_EQ(c->GetPred(), b);
+  EXPECT_EQ(b->GetUp(), rig);
+  a->Remove();
+  EXPECT_EQ(rig->GetDown(), b) << "removing the first child moves the parent's link";
+  EXPECT_EQ(b->GetPred(), nullptr);
+  a->InsertBefore(c);
+  EXPECT_EQ(b->GetNext(), a);
+  EXPECT_EQ(a->GetNext(), c);
+  EXPECT_EQ(rig->GetDownLast(), c);
+
+  BaseTag* tag = a->MakeTag(Tprotection);
   ASSERT_NE(tag, nullptr);
-  EXPECT_EQ(cam->GetDocument(), doc);
-  EXPECT_EQ(tag->GetDocument(), doc);
+  EXPECT_EQ(tag->GetDocument(), doc) << "a node two levels down knows its document";
   EXPECT_EQ(doc->SearchObject(String()), rig) << "unnamed objects match the empty name";
-  cam->SetName(String("Dome"));
-  EXPECT_EQ(doc->SearchObject(String("Dome")), cam);
-  cam->Remove();
-  EXPECT_EQ(cam->GetDocument(), nullptr) << "a removed object belongs to no document";
+  a->SetName(String("Dome"));
+  EXPECT_EQ(doc->SearchObject(String("Dome")), a);
+  a->Remove();
+  EXPECT_EQ(a->GetDocument(), nullptr) << "a removed object belongs to no document";
   EXPECT_EQ(tag->GetDocument(), nullptr);
-  BaseObject::Free(cam);
+  BaseObject::Free(a);
 }
 
-TEST_F(DocTest, ADeletedCameraLeavesNoDanglingViewLink)
+TEST_F(DocTest, GlobalMatrixChainsParents)
+{
+  BaseObject* rig = BaseObject::Alloc(Onull);
+  doc->InsertObject(rig, nullptr, nullptr);
+  rig->SetMl(MatrixMove(Vector(0, 100, 0)) * MatrixRotY(PI05));
+  BaseObject* cam = BaseObject::Alloc(Ocamera);
+  cam->InsertUnder(rig);
+  cam->SetMl(MatrixMove(Vector(0, 0, 10)));
+  EXPECT_NEAR((cam->GetMg().off - Vector(-10, 100, 0)).GetLength(), 0.0, 1e-12);
+  const Matrix wanted = MatrixMove(Vector(5, 6, 7)) * MatrixRotX(0.3);
+  cam->SetMg(wanted);
+  EXPECT_NEAR((cam->GetMg().off - wanted.off).GetLength(), 0.0, 1e-12);
+  EXPECT_NEAR((cam->GetMg().v2 - wanted.v2).GetLength(), 0.0, 1e-12);
+}
+
+TEST_F(DocTest, RenderCameraIsTheLinkElseTheFirstDepthFirstElseTheEditorCamera)
 {
   BaseDraw* view = doc->GetRenderBaseDraw();
   ASSERT_NE(view, nullptr);
-  EXPECT_EQ(view->GetSceneCamera(doc), view->GetEditorCamera()) << "without a link the view shoots its own camera";
-  BaseObject* cam = BaseObject::Alloc(Ocamera);
-  doc->InsertObject(cam, nullptr, nullptr);
-  view->SetSceneCamera(cam);
-  EXPECT_EQ(view->GetSceneCamera(doc), cam);
-  cam->Remove();
-  BaseObject::Free(cam);
-  EXPECT_FALSE(view->HasCameraLink());
+  EXPECT_EQ(host::render::FindRenderCamera(doc), view->GetEditorCamera()) << "an empty scene";
+  // rig (null) > [box, nested camera], then a top-level camera after the rig.
+  BaseObject* rig = BaseObject::Alloc(Onull);
+  BaseObject* nested = BaseObject::Alloc(Ocamera);
+  BaseObject* top = BaseObject::Alloc(Ocamera);
+  doc->InsertObject(rig, nullptr, nullptr);
+  doc->InsertObject(top, nullptr, rig);
+  doc->InsertObject(nested, rig, nullptr);
+  doc->InsertObject(BaseObject::Alloc(Ocube), rig, nullptr);
+  EXPECT_EQ(host::render::FindRenderCamera(doc), nested) << "depth first: the rig's children come before its sibling";
+  view->SetSceneCamera(top);
+  EXPECT_EQ(host::render::FindRenderCamera(doc), top) << "the render view's link wins";
+  EXPECT_EQ(host::render::FindRenderCamera(nullptr), nullptr);
+
+  top->Remove();
+  BaseObject::Free(top);
+  EXPECT_FALSE(view->HasCameraLink()) << "a deleted camera leaves no dangling link";
   EXPECT_EQ(view->GetSceneCamera(doc), view->GetEditorCamera());
 }
 
-TEST_F(DocTest, KillingTheActiveDocumentActivatesAnother)
+TEST(HostPolygonObject, ResizeKeepsWhatFitsWithItsTextureCoordinates)
+{
+  EXPECT_EQ(PolygonObject::Alloc(-1, 0), nullptr);
+  EXPECT_EQ(PolygonObject::Alloc(0, -1), nullptr);
+  PolygonObject* mesh = PolygonObject::Alloc(4, 2);
+  ASSERT_NE(mesh, nullptr);
+  mesh->GetPointW()[1] = Vector(1, 2, 3);
+  mesh->GetPolygonW()[0] = CPolygon(0, 1, 2);
+  mesh->GetPolygonW()[1] = CPolygon(0, 2, 3, 1);
+  EXPECT_TRUE(mesh->GetPolygonR()[0].IsTriangle());
+  EXPECT_FALSE(mesh->GetPolygonR()[1].IsTriangle());
+  ASSERT_TRUE(mesh->SetUVWEnabled(true));
+  ASSERT_NE(mesh->GetUVWW(), nullptr);
+  mesh->GetUVWW()[1].c = Vector(0.5, 0.25, 0);
+  ASSERT_TRUE(mesh->ResizeObject(6, 3));
+  EXPECT_EQ(mesh->GetPointR()[1], Vector(1, 2, 3));
+  EXPECT_EQ(mesh->GetUVWR()[1].c, Vector(0.5, 0.25, 0)) << "texture coordinates follow the polygons";
+  EXPECT_FALSE(mesh->ResizeObject(-1, 3));
+  ASSERT_TRUE(mesh->SetUVWEnabled(false));
+  EXPECT_EQ(mesh->GetUVWR(), nullptr);
+  BaseObject* op = mesh;
+  BaseObject::Free(op);
+}
+
+TEST_F(DocTest, KillingTheActiveDocumentActivatesAnotherAndRegistryIdsAreUnique)
 {
   BaseDocument* second = BaseDocument::Alloc();
   InsertBaseDocument(second);
@@ -62,10 +128,7 @@ TEST_F(DocTest, KillingTheActiveDocumentActivatesAnother)
   EXPECT_EQ(GetActiveDocument(), second);
   KillDocument(second);
   EXPECT_EQ(GetActiveDocument(), nullptr);
-}
 
-TEST_F(DocTest, PluginFolderAndRegistryIds)
-{
   host::SetPluginFolder(Filename("/opt/plugins/OrlixCam"));
   EXPECT_EQ(GeGetPluginResourcePath().GetString(), String("/opt/plugins/OrlixCam/res"));
   host::PluginEntry e;

@@ -38,22 +38,19 @@ class Recorder : public VideoPostData
 public:
   static NodeData* Alloc() { return new Recorder; }
 
-  // What the test sets up.
+  // What the test sets up: zeroLeftHalf gives the left half's rays no direction, colourByImage paints
+  // red (image + 1) / 10, expectedSamples (above 0) is checked at each pixel.
   std::string name = "A";
-  Int32 info = VIDEOPOSTINFO_NONE, stereoCount = 0;
-  Bool switchStereoOn = false, merge = true, failRenderClose = false;
-  Bool zeroLeftHalf = false;   ///< rays of the left half have no direction
-  Bool colourByImage = false;  ///< ExecutePixel paints red (image + 1) / 10
-  Int32 expectedSamples = 0;   ///< checked at each pixel when above 0
-
-  // What it saw.
+  Int32 info = VIDEOPOSTINFO_NONE, stereoCount = 0, expectedSamples = 0;
+  Bool switchStereoOn = false, merge = true, failRenderClose = false, zeroLeftHalf = false, colourByImage = false;
+  // What it saw; mergeReds is the red of pixel (0, 0) of each merged image.
   Int32 width = 0, height = 0, imageIndex = -1, markAtSequenceOpen = 0;
   std::atomic<Int64> rays{0}, badPixels{0};
   std::vector<std::atomic<Int32>> pixelCalls;
   std::vector<Int32> notifyExternal;
   Bool editorRunningAtAllocate = false, externalRunningAtAllocate = false, stereoAtSequenceOpen = false;
   std::vector<Float> frameTimes;
-  std::vector<Float32> mergeReds; ///< red of pixel (0, 0) of each merged image
+  std::vector<Float32> mergeReds;
 
   Bool Message(GeListNode*, Int32 type, void* data) override
   {
@@ -190,9 +187,8 @@ public:
     pendingSamples.clear();
     if (colourByImage)
     {
-      pp->col[0] = (imageIndex + 1) / 10.0f;
-      pp->col[1] = pp->col[2] = 0.0f;
-      pp->col[3] = 1.0f;
+      const Float32 red[4] = {(imageIndex + 1) / 10.0f, 0.0f, 0.0f, 1.0f};
+      std::copy(red, red + 4, pp->col);
     }
   }
 };
@@ -279,15 +275,12 @@ TEST_F(RenderLoopTest, MonoStageOrderOverSeveralVideoPostsSkipsTheDisabledOne)
   options.samples = 1;
   ASSERT_TRUE(host::RenderDocument(doc, options, &picture, &error)) << error;
 
-  const std::vector<std::string> expected = {
+  EXPECT_EQ(callLog, (std::vector<std::string>{
     "A:start", "C:start", "A:AllocateBuffers", "A:GetRenderInfo", "C:AllocateBuffers", "C:GetRenderInfo",
     "A:FRAMESEQUENCE open", "C:FRAMESEQUENCE open", "A:FRAME open", "C:FRAME open", "A:RENDER open", "C:RENDER open",
     "A:RENDER close buffer 8x4 depth 32 cpp 4", "C:RENDER close buffer 8x4 depth 32 cpp 4", "A:FRAME close",
-    "C:FRAME close", "A:FRAMESEQUENCE close", "C:FRAMESEQUENCE close", "A:end", "C:end"};
-  EXPECT_EQ(callLog, expected);
-  EXPECT_EQ(b->rays, 0);
-  EXPECT_EQ(a->rays, 8 * 4) << "the first custom lens shoots every ray";
-  EXPECT_EQ(c->rays, 0);
+    "C:FRAME close", "A:FRAMESEQUENCE close", "C:FRAMESEQUENCE close", "A:end", "C:end"}));
+  EXPECT_EQ(std::vector<Int64>({a->rays, b->rays, c->rays}), std::vector<Int64>({8 * 4, 0, 0})) << "the first custom lens shoots every ray";
   EXPECT_FALSE(CheckIsRunning(CHECKISRUNNING_ANYTHING)) << "no render runs after it";
   ASSERT_TRUE(picture);
   EXPECT_EQ(Pixel(*picture, 7, 3), (std::vector<Float32>{0.25f, 0.5f, 0.75f, 1.0f}))
@@ -298,12 +291,13 @@ TEST_F(RenderLoopTest, StereoImagesAreMergedAfterTheFrameClosesElseTheFrameIsThe
 {
   const struct
   {
+    const char* name;
     Int32 images;
     Bool merge, editor;
-  } cases[] = {{3, true, false}, {2, false, false}, {2, true, true}};
+  } cases[] = {{"3 merged", 3, true, false}, {"2 unmerged", 2, false, false}, {"2 in the editor", 2, true, true}};
   for (const auto& c : cases)
   {
-    SCOPED_TRACE(std::to_string(c.images) + " images, merge " + std::to_string(c.merge) + ", editor " + std::to_string(c.editor));
+    SCOPED_TRACE(std::string("case ") + c.name);
     TearDown();
     SetUp();
     Recorder* a = AddRecorder("A", kLensInfo);
@@ -390,17 +384,9 @@ TEST_F(RenderLoopTest, ZeroDirectionRaysGiveBlackWithoutCoverage)
   for (Int32 y = 0; y < 4; ++y)
     for (Int32 x = 0; x < 7; ++x) // the last pixel carries the recorder's mark
     {
-      SCOPED_TRACE("pixel " + std::to_string(x) + ", " + std::to_string(y));
-      const std::vector<Float32> px = Pixel(*picture, x, y);
-      if (x < 4)
-        EXPECT_EQ(px, (std::vector<Float32>{0, 0, 0, 0}));
-      else
-      {
-        EXPECT_NEAR(px[0], 0.2f, 1e-6);
-        EXPECT_NEAR(px[1], 0.4f, 1e-6);
-        EXPECT_NEAR(px[2], 0.6f, 1e-6);
-        EXPECT_EQ(px[3], 1.0f);
-      }
+      const std::vector<Float32> px = Pixel(*picture, x, y), want = x < 4 ? std::vector<Float32>{0, 0, 0, 0} : std::vector<Float32>{0.2f, 0.4f, 0.6f, 1};
+      for (size_t c = 0; c < 4; ++c)
+        EXPECT_NEAR(px[c], want[c], 1e-6) << "pixel " << x << ", " << y << " channel " << c;
     }
 }
 
@@ -453,53 +439,61 @@ TEST_F(RenderLoopTest, AFailingStageStopsTheRenderAndNamesTheVideoPost)
 
 TEST_F(RenderLoopTest, BadInputIsAnErrorBeforeAnyVideoPostRuns)
 {
-  AddRecorder("A", VIDEOPOSTINFO_CUSTOMLENS);
-  auto expectError = [&](const char* what) {
-    error = String();
-    EXPECT_FALSE(host::RenderDocument(doc, options, &picture, &error)) << what;
-    EXPECT_NE(error.GetStdString().find(what), std::string::npos) << "message: " << error;
-    EXPECT_TRUE(callLog.empty()) << what;
-    callLog.clear();
+  enum Scene { kPlain, kMissingSkyPicture, kBrokenMesh };
+  const struct
+  {
+    const char* name;
+    Int32 xres, yres, height, samples, first, last; ///< first == last == 0: the document's range
+    Scene scene;
+    const char* message;
+  } rows[] = {
+    {"no width", 0, 4, 0, 4, 0, 0, kPlain, "render size 0 x 4: width and height must be at least 1 pixel"},
+    {"negative height", 8, 4, -3, 4, 0, 0, kPlain, "render size 0 x -3"},
+    {"too tall", 8, 3000000, 0, 4, 0, 0, kPlain, "at most 1048576 pixels a side"},
+    {"too large for memory", 1000000, 1000000, 0, 4, 0, 0, kPlain, "MiB, more than the machine's"},
+    {"no samples", 8, 4, 0, 0, 0, 0, kPlain, "samples per pixel must be 1 to 1024, not 0"},
+    {"empty range", 8, 4, 0, 4, 5, 1, kPlain, "frame range 5 to 1 is empty"},
+    {"too many frames", 8, 4, 0, 4, -2000000000, 2000000000, kPlain, "has more than 1048576 frames"},
+    {"missing sky picture", 8, 4, 0, 4, 0, 0, kMissingSkyPicture, "sky \"Night\": picture \"/nonexistent/night.exr\": file not found"},
+    {"broken mesh", 8, 4, 0, 4, 0, 0, kBrokenMesh, "polygon object \"Broken\": polygon 0 refers to point 3 of 3"},
   };
-  settings()->SetInt32(RDATA_XRES, 0);
-  expectError("render size 0 x 4: width and height must be at least 1 pixel");
-  settings()->SetInt32(RDATA_XRES, 8);
-  options.height = -3;
-  expectError("render size 0 x -3");
-  options.height = 0;
-  settings()->SetInt32(RDATA_YRES, 3000000);
-  expectError("at most 1048576 pixels a side");
-  settings()->SetInt32(RDATA_XRES, 1000000);
-  settings()->SetInt32(RDATA_YRES, 1000000);
-  expectError("MiB, more than the machine's");
-  settings()->SetInt32(RDATA_XRES, 8);
-  settings()->SetInt32(RDATA_YRES, 4);
-  options.samples = 0;
-  expectError("samples per pixel must be 1 to 1024, not 0");
-  options.samples = 4;
-  options.firstFrame = 5;
-  options.lastFrame = 1;
-  expectError("frame range 5 to 1 is empty");
-  options.firstFrame = -2000000000;
-  options.lastFrame = 2000000000;
-  expectError("has more than 1048576 frames");
-  options.firstFrame.reset();
-  options.lastFrame.reset();
-
-  BaseObject* sky = BaseObject::Alloc(Osky);
-  sky->SetName(String("Night"));
-  sky->GetDataInstance()->SetInt32(SKY_TYPE, SKY_TYPE_PICTURE);
-  sky->GetDataInstance()->SetFilename(SKY_PICTURE, Filename("/nonexistent/night.exr"));
-  doc->InsertObject(sky, nullptr, nullptr);
-  expectError("sky \"Night\": picture \"/nonexistent/night.exr\": file not found");
-  sky->GetDataInstance()->SetInt32(SKY_TYPE, SKY_TYPE_COLOR);
-
-  PolygonObject* mesh = PolygonObject::Alloc(3, 1);
-  mesh->SetName(String("Broken"));
-  mesh->GetPolygonW()[0] = CPolygon(0, 1, 3);
-  doc->InsertObject(mesh, nullptr, nullptr);
-  expectError("polygon object \"Broken\": polygon 0 refers to point 3 of 3");
-  EXPECT_FALSE(picture);
+  for (const auto& row : rows)
+  {
+    TearDown();
+    SetUp();
+    AddRecorder("A", VIDEOPOSTINFO_CUSTOMLENS);
+    settings()->SetInt32(RDATA_XRES, row.xres);
+    settings()->SetInt32(RDATA_YRES, row.yres);
+    options.height = row.height;
+    options.samples = row.samples;
+    options.firstFrame.reset();
+    options.lastFrame.reset();
+    if (row.first != 0 || row.last != 0)
+    {
+      options.firstFrame = row.first;
+      options.lastFrame = row.last;
+    }
+    if (row.scene == kMissingSkyPicture)
+    {
+      BaseObject* sky = BaseObject::Alloc(Osky);
+      sky->SetName(String("Night"));
+      sky->GetDataInstance()->SetInt32(SKY_TYPE, SKY_TYPE_PICTURE);
+      sky->GetDataInstance()->SetFilename(SKY_PICTURE, Filename("/nonexistent/night.exr"));
+      doc->InsertObject(sky, nullptr, nullptr);
+    }
+    if (row.scene == kBrokenMesh)
+    {
+      PolygonObject* mesh = PolygonObject::Alloc(3, 1);
+      mesh->SetName(String("Broken"));
+      mesh->GetPolygonW()[0] = CPolygon(0, 1, 3);
+      doc->InsertObject(mesh, nullptr, nullptr);
+    }
+    error = String();
+    EXPECT_FALSE(host::RenderDocument(doc, options, &picture, &error)) << "case " << row.name;
+    EXPECT_NE(error.GetStdString().find(row.message), std::string::npos) << "case " << row.name << ": " << error;
+    EXPECT_TRUE(callLog.empty()) << "case " << row.name;
+    EXPECT_FALSE(picture) << "case " << row.name;
+  }
   EXPECT_FALSE(host::RenderDocument(nullptr, options, nullptr, nullptr)) << "no document, and no error string to fill";
 }
 
