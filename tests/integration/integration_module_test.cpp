@@ -1,17 +1,34 @@
-// The plug-in module loaded exactly as the command-line host loads it.
+// The plug-in module loaded exactly as the command-line host loads it, and faults from outside: a
+// missing module, a plug-in folder with a missing or broken res/, pictures that are cut short or
+// not pictures at all. Each fault ends in a message naming the file, never a crash.
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
 
 #include "c4d.h"
-#include "description/OrlixCam.h"
-#include "description/OrlixTag.h"
+#include "c4d_objects.h"
 #include "host_app.h"
 #include "plugin_loader.h"
+#include "render/render_loop.h"
+
+namespace fs = std::filesystem;
 
 namespace
 {
 const Filename kModule = Filename(ORLIX_PLUGIN_DIR) + Filename("OrlixCam.so");
+constexpr Int32 kVideoPostId = 1033675, kTagId = 1035138;
+
+std::string ReadFile(const fs::path& path)
+{
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
 
 struct ModuleTest : ::testing::Test
 {
@@ -21,6 +38,8 @@ struct ModuleTest : ::testing::Test
     module.Unload();
     host::ResetApp();
   }
+  /// A private folder for the test's files, by pid as ctest runs cases side by side.
+  const fs::path dir = fs::path(::testing::TempDir()) / ("orlix_module_" + std::to_string(getpid()));
   host::PluginModule module;
 };
 } // namespace
@@ -31,32 +50,23 @@ TEST_F(ModuleTest, LoadsThroughItsEntryPointAndRegisters)
   ASSERT_TRUE(module.Load(kModule, &error)) << error;
   EXPECT_EQ(module.GetStartPriority(), -1000000);
   EXPECT_EQ(GeGetPluginPath().GetString(), String(ORLIX_PLUGIN_DIR));
-  ASSERT_NE(host::App().plugins.Find(1033675), nullptr);
-  ASSERT_NE(host::App().plugins.Find(1035138), nullptr);
   EXPECT_TRUE(host::App().console.Contains(String("--- OrlixCam: Version 2.2.1 (008) is ready!")));
-
   // A tag made on a camera in a fresh document brings the video post into the render settings.
   BaseDocument* doc = BaseDocument::Alloc();
   SetActiveDocument(doc);
   BaseObject* cam = BaseObject::Alloc(Ocamera);
   doc->InsertObject(cam, nullptr, nullptr);
-  BaseTag* tag = cam->MakeTag(1035138);
-  ASSERT_NE(tag, nullptr);
-  EXPECT_EQ(tag->GetDataInstance()->GetInt32(ORLIXTAG_LENS, -1), 1);
+  ASSERT_NE(cam->MakeTag(kTagId), nullptr);
   BaseVideoPost* vp = doc->GetActiveRenderData()->GetFirstVideoPost();
   ASSERT_NE(vp, nullptr);
-  EXPECT_EQ(vp->GetType(), 1033675);
-  EXPECT_EQ(vp->GetDataInstance()->GetInt32(ORLIXVP_ANAGLYPH_COLOURS), 3);
-}
+  EXPECT_EQ(vp->GetType(), kVideoPostId);
 
-TEST_F(ModuleTest, ExportsOnlyItsEntryPoint)
-{
+  // Nothing but the entry point is visible from outside.
   void* handle = dlopen(kModule.GetString().GetCString(), RTLD_NOW | RTLD_LOCAL);
   ASSERT_NE(handle, nullptr) << dlerror();
   EXPECT_NE(dlsym(handle, "c4d_main"), nullptr);
-  EXPECT_EQ(dlsym(handle, "_Z11PluginStartv"), nullptr);
-  EXPECT_EQ(dlsym(handle, "_Z10LogConsolePKcz"), nullptr);
-  EXPECT_EQ(dlsym(handle, "g_resource"), nullptr);
+  for (const char* hidden : {"_Z11PluginStartv", "_Z10LogConsolePKcz", "g_resource"})
+    EXPECT_EQ(dlsym(handle, hidden), nullptr) << hidden;
   dlclose(handle);
 }
 
@@ -65,18 +75,85 @@ TEST_F(ModuleTest, LoaderFailuresSayWhatWentWrong)
   String error;
   EXPECT_FALSE(module.Load(Filename("/nonexistent/OrlixCam.so"), &error));
   EXPECT_TRUE(error.FindFirst(String("cannot open plug-in module /nonexistent/OrlixCam.so"), nullptr, 0)) << error;
-
   EXPECT_FALSE(module.Load(Filename(ORLIX_NO_ENTRY_MODULE), &error));
   EXPECT_TRUE(error.FindFirst(String("has no entry point c4d_main"), nullptr, 0)) << error;
   EXPECT_FALSE(module.IsLoaded());
-
   C4DHostTable old;
   old.apiVersion = 20000;
   EXPECT_FALSE(module.Load(kModule, &error, old));
   EXPECT_TRUE(error.FindFirst(String("refused to start"), nullptr, 0)) << error;
   EXPECT_FALSE(module.IsLoaded());
-  EXPECT_EQ(host::App().plugins.Find(1033675), nullptr);
+  EXPECT_EQ(host::App().plugins.Find(kVideoPostId), nullptr);
+  EXPECT_TRUE(module.Load(kModule, &error)) << error << ": the module loads again after all that";
+}
 
-  // The module loads again after all that.
-  EXPECT_TRUE(module.Load(kModule, &error)) << error;
+TEST_F(ModuleTest, MissingOrBrokenResourcesNameTheFile)
+{
+  // Each case breaks a private copy of the built plug-in folder.
+  const struct
+  {
+    const char* file;
+    std::function<void(const fs::path&)> breakIt;
+    std::string message;
+  } cases[] = {
+    {"res", [](const fs::path& p) { fs::remove_all(p); }, "could not load its resources from " + (dir / "res").string()},
+    {"res/description/OrlixTag.res",
+     [](const fs::path& p) { const std::string s = ReadFile(p); std::ofstream(p) << s.substr(0, s.size() / 2); },
+     "OrlixTag.res:"},
+    {"res/description/OrlixTag.h", [](const fs::path& p) { std::ofstream(p, std::ios::app) << "\nenum { BROKEN = };\n"; },
+     "OrlixTag.h:"},
+    {"res/strings_en-US/description/OrlixTag.str",
+     [](const fs::path& p) { const std::string s = ReadFile(p); std::ofstream(p) << "STRINGTABLE OrlixTag { \"unclosed; }\n" << s; },
+     "OrlixTag.str:"},
+  };
+  for (const auto& c : cases)
+  {
+    SCOPED_TRACE(c.file);
+    host::ResetApp();
+    fs::remove_all(dir);
+    fs::create_directories(dir);
+    fs::copy(fs::path(ORLIX_PLUGIN_DIR) / "OrlixCam.so", dir / "OrlixCam.so");
+    fs::copy(fs::path(ORLIX_PLUGIN_DIR) / "res", dir / "res", fs::copy_options::recursive);
+    c.breakIt(dir / c.file);
+    String error;
+    EXPECT_FALSE(module.Load(Filename((dir / "OrlixCam.so").string().c_str()), &error));
+    std::string where = error.GetStdString();
+    for (const String& line : host::App().console.Lines())
+      where += "\n" + line.GetStdString();
+    EXPECT_NE(where.find(c.message), std::string::npos) << where;
+    EXPECT_EQ(host::App().plugins.Find(kTagId), nullptr) << "nothing registers from a broken folder";
+    module.Unload();
+  }
+  fs::remove_all(dir);
+}
+
+TEST_F(ModuleTest, SkyPicturesThatAreNotPicturesStopTheRender)
+{
+  fs::create_directories(dir);
+  // A real PNG cut in half, an empty file and a text file under a picture's name.
+  const std::string png = ReadFile(fs::path(ORLIX_SOURCE_DIR) / "res" / "OrlixCam.png");
+  ASSERT_GT(png.size(), 200u);
+  for (const auto& [name, bytes] : {std::pair<std::string, std::string>{"cut.png", png.substr(0, png.size() / 2)},
+                                    {"empty.png", ""}, {"text.png", "not a picture at all\n"}})
+  {
+    const std::string path = (dir / name).string();
+    std::ofstream(path, std::ios::binary) << bytes;
+    BaseDocument* doc = BaseDocument::Alloc();
+    SetActiveDocument(doc);
+    BaseObject* sky = BaseObject::Alloc(Osky);
+    sky->GetDataInstance()->SetInt32(SKY_TYPE, SKY_TYPE_PICTURE);
+    sky->GetDataInstance()->SetFilename(SKY_PICTURE, Filename(path.c_str()));
+    doc->InsertObject(sky, nullptr, nullptr);
+    doc->InsertObject(BaseObject::Alloc(Ocamera), nullptr, nullptr);
+    doc->GetActiveRenderData()->GetDataInstance()->SetInt32(RDATA_XRES, 8);
+    doc->GetActiveRenderData()->GetDataInstance()->SetInt32(RDATA_YRES, 8);
+    host::BitmapPtr picture;
+    String error;
+    EXPECT_FALSE(host::RenderDocument(doc, host::RenderOptions(), &picture, &error)) << name;
+    EXPECT_NE(error.GetStdString().find("picture \"" + path + "\": not a picture that can be read"), std::string::npos)
+      << name << ": " << error;
+    EXPECT_FALSE(picture) << name << ": no partial picture";
+    KillDocument(doc);
+  }
+  fs::remove_all(dir);
 }
