@@ -46,7 +46,7 @@ MergeCase MakeCase(Int32 images, Int32 w, Int32 h)
   else
   {
     CubeLayoutSettings s;
-    s.layout = 3;
+    s.layout = CubeLayout::BlockHorizontal;
     LensChannel grid[kGridCells];
     Vector size;
     BuildCubeGrid(s, grid, size);
@@ -54,7 +54,7 @@ MergeCase MakeCase(Int32 images, Int32 w, Int32 h)
   }
   m.plan.faceCount = images == 2 ? 1 : 6;
   m.plan.eyeCount = eyes;
-  m.plan.pair = eyes == 2;
+  m.plan.stereoMode = eyes == 2 ? StereoMode::Pair : StereoMode::Anaglyph;
   m.plan.faces = m.faces;
   m.plan.eyes = m.eyes;
   return m;
@@ -213,7 +213,7 @@ void BM_ExecutePixel(benchmark::State& st)
   vp->isActive = true;
   vp->settings.lens = LensKind::Dome;
   vp->settings.maskMode = MaskMode::Black;
-  vp->isPreview = st.range(0) != 0;
+  vp->settings.isPreview = st.range(0) != 0;
   vp->currentEye.area.start = Vector(0, 0, 0);
   vp->currentEye.area.end = Vector(size - 1, size - 1, 0);
   UpdateArea(vp->currentEye.area);

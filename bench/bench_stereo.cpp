@@ -29,9 +29,9 @@ void Panorama(LensState& s)
   UpdateArea(s.activeArea);
   s.pixelStep = PixelStep(s.activeArea);
   s.bleedPixels = 10;
-  s.isPanorama = true;
-  s.fov = PI2;
-  UpdateSpans(s);
+  s.settings.lens = LensKind::Panorama;
+  s.settings.fov = PI2;
+  UpdateSpans(s.settings);
 }
 
 StereoCameraInfo LeftEye()
@@ -69,7 +69,7 @@ void BM_EyeRayMatrix(benchmark::State& st)
   for (auto _ : st)
   {
     benchmark::DoNotOptimize(
-      EyeRayMatrix(kCamera, eye, directions[i], model, false, zeroParallax, 2 * kHalf, 1.0, aim, axis));
+      EyeRayMatrix(kCamera, eye, true, directions[i], static_cast<EyeModel>(model), false, zeroParallax, 2 * kHalf, 1.0, aim, axis));
     if (++i == directions.size())
       i = 0;
   }
