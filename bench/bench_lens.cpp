@@ -18,13 +18,11 @@ void Configure(LensState& s, LensMode mode)
   UpdateArea(s.activeArea);
   s.pixelStep = PixelStep(s.activeArea);
   s.bleedPixels = 10;
-  s.isDome = mode == kDome;
-  s.isPanorama = mode == kPanorama;
-  s.isCylindrical = mode == kCylindrical;
-  s.isCubemap = mode == kCubemap;
-  s.fov = mode == kDome ? PI : PI2;
-  UpdateSpans(s);
-  s.cylinderHeight = 100.0;
+  const LensKind kinds[] = {LensKind::Dome, LensKind::Panorama, LensKind::Cylindrical, LensKind::Cubemap};
+  s.settings.lens = kinds[mode];
+  s.settings.fov = mode == kDome ? PI : PI2;
+  UpdateSpans(s.settings);
+  s.settings.cylinderHeight = 100.0;
   s.currentFace.channelIndex = 5;
 }
 

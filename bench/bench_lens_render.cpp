@@ -46,7 +46,7 @@ MergeCase MakeCase(Int32 images, Int32 w, Int32 h)
   else
   {
     CubeLayoutSettings s;
-    s.layout = 3;
+    s.layout = CubeLayout::BlockHorizontal;
     LensChannel grid[kGridCells];
     Vector size;
     BuildCubeGrid(s, grid, size);
@@ -54,7 +54,7 @@ MergeCase MakeCase(Int32 images, Int32 w, Int32 h)
   }
   m.plan.faceCount = images == 2 ? 1 : 6;
   m.plan.eyeCount = eyes;
-  m.plan.pair = eyes == 2;
+  m.plan.stereoMode = eyes == 2 ? StereoMode::Pair : StereoMode::Anaglyph;
   m.plan.faces = m.faces;
   m.plan.eyes = m.eyes;
   return m;
@@ -211,9 +211,9 @@ void BM_ExecutePixel(benchmark::State& st)
   auto* vp = static_cast<OrlixCamVP*>(OrlixCamVP::Alloc());
   const Int32 size = 2048;
   vp->isActive = true;
-  vp->isDome = true;
-  vp->maskMode = 0;
-  vp->isPreview = st.range(0) != 0;
+  vp->settings.lens = LensKind::Dome;
+  vp->settings.maskMode = MaskMode::Black;
+  vp->settings.isPreview = st.range(0) != 0;
   vp->currentEye.area.start = Vector(0, 0, 0);
   vp->currentEye.area.end = Vector(size - 1, size - 1, 0);
   UpdateArea(vp->currentEye.area);
@@ -285,12 +285,12 @@ void BM_DrawOverlays4096(benchmark::State& st)
   vp->logoCorner.start = Vector(size - 1 - vp->logoInset, size - 1 - vp->logoInset, 0);
   vp->logoCorner.end = area.end;
   UpdateArea(vp->logoCorner);
-  vp->maskMode = 1;
-  vp->logoMode = 0;
-  vp->showInfo = vp->showSlateText = vp->showTimecode = vp->showFrameNumber = true;
-  vp->slateText = String("Benchmark\nSecond line");
-  vp->slateTextSize = 1.0;
-  vp->fps = 30.0;
+  vp->settings.maskMode = MaskMode::Picture;
+  vp->settings.logoMode = LogoMode::BuiltIn;
+  vp->settings.showInfo = vp->settings.showSlateText = vp->settings.showTimecode = vp->settings.showFrameNumber = true;
+  vp->settings.slateText = String("Benchmark\nSecond line");
+  vp->settings.slateTextSize = 1.0;
+  vp->settings.fps = 30.0;
   vp->docMaxTime = BaseTime(10.0, 1.0);
   vp->frameTime = BaseTime(1.0, 1.0);
   // Pictures already at their size, as from the second image of a render on.

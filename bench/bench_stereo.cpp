@@ -29,9 +29,9 @@ void Panorama(LensState& s)
   UpdateArea(s.activeArea);
   s.pixelStep = PixelStep(s.activeArea);
   s.bleedPixels = 10;
-  s.isPanorama = true;
-  s.fov = PI2;
-  UpdateSpans(s);
+  s.settings.lens = LensKind::Panorama;
+  s.settings.fov = PI2;
+  UpdateSpans(s.settings);
 }
 
 StereoCameraInfo LeftEye()
@@ -69,7 +69,7 @@ void BM_EyeRayMatrix(benchmark::State& st)
   for (auto _ : st)
   {
     benchmark::DoNotOptimize(
-      EyeRayMatrix(kCamera, eye, directions[i], model, false, zeroParallax, 2 * kHalf, 1.0, aim, axis));
+      EyeRayMatrix(kCamera, eye, true, directions[i], static_cast<EyeModel>(model), false, zeroParallax, 2 * kHalf, 1.0, aim, axis));
     if (++i == directions.size())
       i = 0;
   }
@@ -130,14 +130,14 @@ void BM_CreateRayStereo(benchmark::State& st)
   vp->isActive = true;
   vp->camera = camera;
   vp->tagData = &tagData;
-  vp->isStereo = true;
-  vp->eyeModel = model;
-  vp->eyeSeparation = 2 * kHalf;
-  vp->zeroParallaxDistance = st.range(1) ? 1000.0 : 0.0;
+  vp->settings.isStereo = true;
+  vp->settings.eyeModel = static_cast<EyeModel>(model);
+  vp->settings.eyeSeparation = 2 * kHalf;
+  vp->settings.zeroParallaxDistance = st.range(1) ? 1000.0 : 0.0;
   static_cast<StereoCameraInfo&>(vp->currentEye) = LeftEye();
   vp->currentEye.channelIndex = 0;
-  vp->separationShader = MakeMap(kind);
-  if (kind != kNoMap && !vp->separationShader)
+  vp->separationMap.shader = MakeMap(kind);
+  if (kind != kNoMap && !vp->separationMap.shader)
   {
     st.SkipWithError("the map doesn't open");
     return;
@@ -158,7 +158,7 @@ void BM_CreateRayStereo(benchmark::State& st)
   }
   st.counters["allocs_per_ray"] = benchmark::Counter(static_cast<double>(ThreadAllocationCount() - before) / st.iterations());
   st.SetItemsProcessed(st.iterations());
-  BaseShader::Free(vp->separationShader);
+  BaseShader::Free(vp->separationMap.shader);
   BaseObject::Free(camera);
 }
 

@@ -1,4 +1,4 @@
-// OrlixCamVP: the video post that shoots the render through the lens.
+// OrlixCamVP: the video post that shoots the render through the lens; its life and settings.
 #include "OrlixCamVP.h"
 
 #include "c4d_resource.h"
@@ -7,11 +7,8 @@
 #include <cstring>
 #include <new>
 
-#include "OrlixTag.h"
+#include "console_log.h"
 #include "description/OrlixCam.h"
-#include "description/OrlixTag.h"
-#include "lens/lens_stereo.h"
-#include "lens/separation_map.h"
 #include "register.h"
 
 namespace
@@ -50,7 +47,6 @@ OrlixCamVP::~OrlixCamVP()
 
 Bool OrlixCamVP::Init(GeListNode* node)
 {
-  LogDebug("------- INIT -------");
   BaseContainer* bc = static_cast<BaseList2D*>(node)->GetDataInstance();
   bc->SetInt32(ORLIXVP_MASK_MODE, 0);
   bc->SetFilename(ORLIXVP_MASK_FILE, Filename());
@@ -91,7 +87,6 @@ Bool OrlixCamVP::Init(GeListNode* node)
 
 void OrlixCamVP::Free(GeListNode* /*node*/)
 {
-  LogDebug("------- FREE -------");
 }
 
 Bool OrlixCamVP::Message(GeListNode* node, Int32 type, void* data)
@@ -108,129 +103,11 @@ void OrlixCamVP::ExecuteLine(BaseVideoPost* /*node*/, PixelPost* /*pp*/)
 {
 }
 
-void OrlixCamVP::CreateRay(Ray* ray, Float x, Float y)
+VIDEOPOSTINFO OrlixCamVP::GetRenderInfo(BaseVideoPost* /*node*/)
 {
-  if (!isActive || !ray)
-    return;
-
-  // Image position within the active area: the first pixel centre gives 0, the last 1. An area
-  // one pixel across has no span to divide by; its one column or row looks through the centre.
-  const Float u = activeArea.width > 1 ? (x - activeArea.start.x) / (activeArea.width - 1) : 0.5;
-  const Float v = activeArea.height > 1 ? (y - activeArea.start.y) / (activeArea.height - 1) : 0.5;
-  Vector uv(u, v, 0.0);
-
-  const Vector d = PixelToDirection(*this, uv);
-  if (d.IsZero())
-  {
-    ray->p = Vector();
-    ray->v = Vector();
-    return;
-  }
-
-  // Cylindrical origin: slides along the strip's height with the coordinate the sweep left alone.
-  Float ox = 0.0, oy = 0.0;
-  if (isCylindrical)
-  {
-    const Float h = cylinderHeight;
-    if (cylinderAxisTurned)
-      ox = MapRange(uv.x, 0.0, 1.0, h * -0.5, h * 0.5, false);
-    else
-      oy = MapRange(uv.y, 0.0, 1.0, h * 0.5, h * -0.5, false);
-  }
-
-  if (isStereo)
-  {
-    StereoRay(ray, d, ox, oy);
-    return;
-  }
-
-  // Mono: the origin offset follows the camera's axes.
-  const Matrix mg = camera ? camera->GetMg() : Matrix();
-  ray->p = mg * Vector(ox, oy, 0.0);
-  ray->v = mg.TransformVector(d);
-}
-
-void OrlixCamVP::StereoRay(Ray* ray, const Vector& direction, Float ox, Float oy) const
-{
-  const Float strength = SampleSeparationMap(tagData, direction, separationShader);
-  Vector aimPoint, turnAxis;
-  const Matrix eye = EyeRayMatrix(camera ? camera->GetMg() : Matrix(), currentEye, direction, eyeModel, domeZenithStereo,
-                                  zeroParallaxDistance, eyeSeparation, strength, aimPoint, turnAxis);
-  // In stereo the cylinder's offset goes along the world's axes, not the camera's.
-  ray->p = eye.off + Vector(ox, oy, 0.0);
-  ray->v = eye.TransformVector(direction);
-}
-
-Bool OrlixCamVP::OpenSeparationClone(BaseDocument* document)
-{
-  CloseSeparationClone();
-  if (!isStereo || !tagData || !tagData->GetBool(ORLIXTAG_SEPARATION_MAP_ON))
-    return true;
-  Bool failed = false;
-  separationShader = OpenSeparationMapClone(tagData, document, failed);
-  if (failed)
-    LogConsole("Shader clone error");
-  return !failed;
-}
-
-void OrlixCamVP::CloseSeparationClone()
-{
-  CloseSeparationMapClone(separationShader);
-}
-
-Int32 OrlixCamVP::StereoGetCameraCountEditor(BaseVideoPost* /*node*/, BaseDocument* /*doc*/, BaseDraw* /*bd*/)
-{
-  return 0;
-}
-
-BaseObject* FindLensCamera(BaseObject* first)
-{
-  for (BaseObject* op = first; op; op = op->GetNext())
-  {
-    if (op->GetType() == Ocamera && op->GetRenderMode() != MODE_OFF)
-    {
-      BaseTag* t = op->GetTag(OrlixTag::ID);
-      if (t && t->GetDataInstance()->GetBool(ORLIXTAG_ENABLED))
-        return op;
-    }
-    if (BaseObject* found = FindLensCamera(op->GetDown()))
-      return found;
-  }
-  return nullptr;
-}
-
-BaseDraw* FindCameraAndTag(OrlixCamVP& state, BaseDocument* document)
-{
-  state.camera = nullptr;
-  state.tag = nullptr;
-  state.tagData = nullptr;
-
-  if (!document && state.Get())
-    document = state.Get()->GetDocument();
-  if (!document)
-    document = GetActiveDocument();
-  if (!document)
-    return nullptr;
-
-  // A view linked to a camera decides, whatever that camera is.
-  BaseDraw* view = document->GetRenderBaseDraw();
-  if (view && view->HasCameraLink())
-    state.camera = view->GetSceneCamera(document);
-
-  if (!state.camera)
-  {
-    state.camera = FindLensCamera(document->GetFirstObject());
-    if (state.camera)
-      state.switchSceneCamera = true;
-  }
-
-  if (state.camera)
-  {
-    state.tag = state.camera->GetTag(OrlixTag::ID);
-    if (state.tag)
-      state.tagData = state.tag->GetDataInstance();
-  }
-  return view;
+  if (!isActive)
+    return VIDEOPOSTINFO_NONE;
+  return static_cast<VIDEOPOSTINFO>(VIDEOPOSTINFO_EXECUTELINE | VIDEOPOSTINFO_EXECUTEPIXEL | VIDEOPOSTINFO_CUSTOMLENS);
 }
 
 Bool RegisterOrlixCamVP()

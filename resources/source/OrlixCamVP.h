@@ -4,8 +4,9 @@
 #include <vector>
 
 #include "c4d.h"
+#include "lens/channel_plan.h"
 #include "lens/lens_projection.h"
-#include "lens/lens_state.h"
+#include "lens/separation_map.h"
 
 class OrlixCamVP;
 
@@ -18,14 +19,15 @@ BaseDraw* FindCameraAndTag(OrlixCamVP& state, BaseDocument* document);
 /// isn't switched off for rendering, or null.
 BaseObject* FindLensCamera(BaseObject* first);
 
+/// At the opening of a frame sequence: the scene camera switch, the slate's facts of the
+/// document, the separation map's copy, the overlay pictures and the channel plan.
+void OpenFrameSequence(OrlixCamVP& state, BaseVideoPost* node, const VideoPostStruct& vps, BaseDraw* view, RenderData* rd);
+
 /// Fills `areaGrid` and `gridSize` for the video post's cube layout; a preview shows one face.
 void BuildCubeLayout(OrlixCamVP& state, Bool preview);
 
-/// Builds the grid for this render and turns it into `faceChannels`, relative to one eye's picture.
-void PlanCubeFaces(OrlixCamVP& state);
-
-/// The render state. The lens fields it shares with the per-ray code live in LensState; the
-/// rest is the snapshot of tag, video post and render settings, the channel plan and the pictures.
+/// The render state. What the per-ray code reads lives in LensState (the settings and the current
+/// image); the rest is the scene links, the channel plan, the slate's facts and the pictures.
 class OrlixCamVP : public VideoPostData, public LensState
 {
 public:
@@ -60,66 +62,40 @@ public:
   /// origin along the world's axes.
   void StereoRay(Ray* ray, const Vector& direction, Float ox, Float oy) const;
 
-  /// At the opening of a frame sequence: with stereo and the tag's separation map on, makes
-  /// `separationShader`, the render's own opened copy of the map for `document`. False, after
+  /// At the opening of a frame sequence: with stereo and the separation map on, opens the
+  /// render's own copy of the tag's map for `document` into `separationMap`. False, after
   /// "Shader clone error" on the console, when the copy fails; the render then goes on at full
   /// separation. A copy left from before is closed first. Undone by CloseSeparationClone.
   Bool OpenSeparationClone(BaseDocument* document);
-  /// At the closing of a frame sequence: closes and frees `separationShader`, if any.
+  /// At the closing of a frame sequence: closes and frees the map's copy, if any.
   void CloseSeparationClone();
 
-  // Lens mode and snapshot (the lens fields are in LensState).
+  /// Set by the render notification: the render is the editor's preview.
   Bool isPreview = false;
-  Bool slateOn = false;
-
-  // Overlays, document and time.
-  Bool showFrameNumber = false;
-  Bool showTimecode = false;
-  Bool showInfo = false;
-  Bool showSlateText = false;
-  Int32 logoMode = 0;
-  BaseTime slateTimeOffset;
-  String slateText;
-  Float slateTextSize = 0.0;
-  Filename documentName;
-  Float fps = 0.0;
-  BaseTime docMinTime;
-  BaseTime docMaxTime;
-  BaseTime frameTime;
-  Bool switchSceneCamera = false;
-
-  // Areas of the frame.
-  LensArea frameArea;
-  Float domeDiameter = 0.0;
-  Float logoInset = 0.0;
-  LensArea logoCorner;
 
   // Scene links, borrowed from the document for one render.
   Bool isActive = false;
+  Bool switchSceneCamera = false;
   BaseObject* camera = nullptr;
   BaseTag* tag = nullptr;
   BaseContainer* tagData = nullptr;
 
-  // Channel plan.
-  LensChannel faceChannels[6];
-  LensChannel stereoChannels[2];
+  // The images of a frame: the host's camera counts and the plan made from the settings.
+  ChannelPlan plan;
   Int32 faceCount = 0;
   Int32 eyeCount = 0;
   Int32 subRenderCount = 0;
   Int32 subRenderIndex = 0;
+  SeparationMapLookup separationMap; ///< its shader is the render's own copy (owned)
 
-  // Stereo snapshot.
-  Bool stereoAnaglyph = false;
-  Bool stereoPair = false;
-  Bool stereoInterlaced = false;
-  Bool stereoSideBySide = false;
-  Bool stereoTopBottom = false;
-  Bool stereoSwapEyes = false;
-  Int32 anaglyphMethod = 0;
-  Int32 anaglyphColours = 0;
-  Float anaglyphGamma = 0.0;
-  Int32 interlaceMode = 0;
-  BaseShader* separationShader = nullptr;
+  // The document and the current image, for the slate.
+  Filename documentName;
+  BaseTime docMinTime;
+  BaseTime docMaxTime;
+  BaseTime frameTime;
+  Float domeDiameter = 0.0;
+  Float logoInset = 0.0;
+  LensArea logoCorner;
 
   // Pictures and the cube grid (owned).
   BaseBitmap* logoBitmap = nullptr;
@@ -128,6 +104,14 @@ public:
   LensChannel areaGrid[36];
   Vector gridSize;
 };
+
+/// The cube layout the video post's container holds.
+CubeLayoutSettings ReadCubeLayout(const BaseContainer& videoPost);
+
+/// The lens settings of a render, from the tag's container, the video post's and the render
+/// settings; `preview` for the editor's preview, which is never stereo.
+LensSettings ReadLensSettings(const BaseContainer& tagData, const BaseContainer& videoPost, const BaseContainer& render,
+                              Bool preview);
 
 /// The dome's overlays at the closing of an image: the mask, the logo and the slate, each laid
 /// over the render's RGBA buffer. RENDERRESULT_OUTOFMEMORY where the render has no such buffer.

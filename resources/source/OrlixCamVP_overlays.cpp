@@ -6,7 +6,8 @@
 #include <vector>
 
 #include "OrlixCamVP.h"
-#include "register.h"
+#include "console_log.h"
+#include "slate_text.h"
 
 namespace
 {
@@ -39,11 +40,11 @@ std::vector<String> SlateTechnicalLines(const OrlixCamVP& s)
   const BaseTime total(s.docMinTime.GetDenominator() * s.docMaxTime.GetNumerator() -
                          s.docMaxTime.GetDenominator() * s.docMinTime.GetNumerator(),
                        s.docMinTime.GetDenominator() * s.docMaxTime.GetDenominator());
-  lines.push_back(String("Total Time: " + FormatTimecode(total, s.fps)));
+  lines.push_back(String("Total Time: " + FormatTimecode(total, s.settings.fps)));
   // In 64 bits: time settings may hold anything, and the count of a huge range is held at the end.
-  const Int64 frames = Int64(FrameOf(s.docMaxTime, s.fps)) - Int64(FrameOf(s.docMinTime, s.fps)) + 1;
+  const Int64 frames = Int64(FrameOf(s.docMaxTime, s.settings.fps)) - Int64(FrameOf(s.docMinTime, s.settings.fps)) + 1;
   lines.push_back(String("Total Frames: " + FormatFrameNumber(TruncateToInt32(static_cast<Float>(frames)))));
-  std::snprintf(text, sizeof text, "Frame Rate: %.2f", s.fps);
+  std::snprintf(text, sizeof text, "Frame Rate: %.2f", s.settings.fps);
   lines.push_back(String(text));
   lines.push_back(String(FormatDateTime()));
   return lines;
@@ -58,7 +59,7 @@ BaseBitmap* DrawSlate(const OrlixCamVP& s)
   std::unique_ptr<GeClipMap, ClipMapFree> map(GeClipMap::Alloc());
   if (!map)
     return nullptr;
-  const Int32 frameNumber = FrameOf(s.frameTime, s.fps);
+  const Int32 frameNumber = FrameOf(s.frameTime, s.settings.fps);
   const Float d = s.domeDiameter;
   const Int32 D = static_cast<Int32>(d);
   // 0.005 as a 32-bit float lies just below it: a dome of 2000 gets a margin of 9.
@@ -68,41 +69,41 @@ BaseBitmap* DrawSlate(const OrlixCamVP& s)
   map->BeginDraw();
   map->SetColor(255, 255, 255, 255);
   const BaseContainer system = GeClipMap::GetDefaultFont(GE_FONT_DEFAULT_SYSTEM);
-  map->SetFont(&system, d / 100.0 * s.slateTextSize);
+  map->SetFont(&system, d / 100.0 * s.settings.slateTextSize);
 
-  if (s.showSlateText)
+  if (s.settings.showSlateText)
   {
     const Int32 h = map->GetTextHeight();
-    const std::vector<String> lines = SplitLines(s.slateText);
+    const std::vector<String> lines = SplitLines(s.settings.slateText);
     for (size_t i = 0; i < lines.size(); ++i)
       map->TextAt(margin, margin + static_cast<Int32>(i) * h, lines[i]);
   }
-  if (s.showInfo)
+  if (s.settings.showInfo)
   {
     const Int32 h = map->GetTextHeight();
     const std::vector<String> lines = SlateTechnicalLines(s);
     for (size_t i = 0; i < lines.size(); ++i)
       map->TextAt(D - map->GetTextWidth(lines[i]) - margin, margin + static_cast<Int32>(i) * h, lines[i]);
   }
-  if (s.showTimecode || s.showFrameNumber)
+  if (s.settings.showTimecode || s.settings.showFrameNumber)
   {
     const BaseContainer mono = GeClipMap::GetDefaultFont(GE_FONT_DEFAULT_MONOSPACED);
     map->SetFont(&mono, d / 30.0);
     const Int32 h = map->GetTextHeight();
     const Int32 x = 3 * margin;
     Int32 y = D - 2 * margin;
-    if (s.showTimecode)
+    if (s.settings.showTimecode)
     {
       y -= h;
-      map->TextAt(x, y, String(FormatTimecode(s.frameTime, s.fps)));
+      map->TextAt(x, y, String(FormatTimecode(s.frameTime, s.settings.fps)));
     }
-    if (s.showFrameNumber)
+    if (s.settings.showFrameNumber)
     {
       y -= h;
       map->TextAt(x, y, String(FormatFrameNumber(frameNumber)));
     }
   }
-  if (s.logoMode == 0)
+  if (s.settings.logoMode == LogoMode::BuiltIn)
   {
     map->SetFont(&system, d / 75.0);
     const String caption("Orlix Cam");
@@ -137,10 +138,7 @@ BaseBitmap* DrawSlate(const OrlixCamVP& s)
 Bool DrawBitmapToVPBuffer(OrlixCamVP& /*state*/, BaseBitmap* source, VPBuffer* buffer, const LensArea& area, Bool keepScaled)
 {
   if (!buffer)
-  {
-    LogDebug("OrlixCamVP::DrawBitmapToVPBuffer() Invalid VPBuffer");
     return false;
-  }
   // An area from extreme settings may lie anywhere, even at infinity: whole numbers held within
   // Int32, and the sizes in 64 bits, before the checks turn it away.
   const Int32 x0 = TruncateToInt32(area.start.x), y0 = TruncateToInt32(area.start.y);
@@ -148,11 +146,7 @@ Bool DrawBitmapToVPBuffer(OrlixCamVP& /*state*/, BaseBitmap* source, VPBuffer* b
   const Int64 w64 = Int64(x1) - x0 + 1, h64 = Int64(y1) - y0 + 1;
   const Int32 bw = buffer->GetInfo(VPGETINFO_XRESOLUTION), bh = buffer->GetInfo(VPGETINFO_YRESOLUTION);
   if (x0 < 0 || y0 < 0 || x1 >= bw || y1 >= bh || w64 <= 0 || h64 <= 0)
-  {
-    LogDebug("OrlixCamVP::DrawBitmapToVPBuffer() Invalid area xy1 %ld %ld xy2 %ld %ld > wh %ld %ld", long(x0), long(y0),
-             long(x1), long(y1), long(bw), long(bh));
     return false;
-  }
   const Int32 w = static_cast<Int32>(w64), h = static_cast<Int32>(h64);
   const Int32 bits = buffer->GetInfo(VPGETINFO_BITDEPTH), cpp = buffer->GetInfo(VPGETINFO_CPP);
   if (bits != 32 || cpp != 4)
@@ -161,11 +155,7 @@ Bool DrawBitmapToVPBuffer(OrlixCamVP& /*state*/, BaseBitmap* source, VPBuffer* b
     return false;
   }
   if (!source || source->GetBw() == 0 || source->GetBh() == 0)
-  {
-    LogDebug("OrlixCamVP::DrawBitmapToVPBuffer() Invalid bitmap wh %ld %ld", long(source ? source->GetBw() : 0),
-             long(source ? source->GetBh() : 0));
     return false;
-  }
 
   std::unique_ptr<BaseBitmap, BitmapFree> scaled;
   BaseBitmap* src = source;
@@ -177,7 +167,6 @@ Bool DrawBitmapToVPBuffer(OrlixCamVP& /*state*/, BaseBitmap* source, VPBuffer* b
     if (source->GetInternalChannel())
       scaled->AddChannel(true, false);
     source->ScaleBicubic(scaled.get(), 0, 0, source->GetBw() - 1, source->GetBh() - 1, 0, 0, w - 1, h - 1);
-    LogDebug("Resized source %ld %ld > %ld %ld", long(source->GetBw()), long(source->GetBh()), long(w), long(h));
     src = scaled.get();
     // Later images of the render find the picture at its size already.
     if (keepScaled)
@@ -222,17 +211,18 @@ Bool DrawBitmapToVPBuffer(OrlixCamVP& /*state*/, BaseBitmap* source, VPBuffer* b
 
 RENDERRESULT DrawOverlays(OrlixCamVP& s, VideoPostStruct* vps)
 {
-  const Bool text = s.showInfo || s.showSlateText || s.showFrameNumber || s.showTimecode || s.logoMode == 0;
-  if (s.maskMode != 1 && s.logoMode == 2 && !text)
+  const LensSettings& set = s.settings;
+  const Bool text = set.showInfo || set.showSlateText || set.showFrameNumber || set.showTimecode || set.logoMode == LogoMode::BuiltIn;
+  if (s.settings.maskMode != MaskMode::Picture && s.settings.logoMode == LogoMode::None && !text)
     return RENDERRESULT_OK;
   VPBuffer* buffer = vps && vps->render ? vps->render->GetBuffer(VPBUFFER_RGBA, -1) : nullptr;
   if (!buffer)
     return RENDERRESULT_OUTOFMEMORY;
 
-  if (s.maskMode == 1)
+  if (s.settings.maskMode == MaskMode::Picture)
     DrawBitmapToVPBuffer(s, s.maskBitmap, buffer, s.activeArea, true);
 
-  if (s.logoMode != 2)
+  if (s.settings.logoMode != LogoMode::None)
   {
     // The corner grows to the left or upward to keep the logo's shape on a frame that isn't square.
     LensArea c = s.logoCorner;

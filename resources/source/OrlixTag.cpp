@@ -3,28 +3,26 @@
 
 #include <cstring>
 #include <new>
-#include <sys/stat.h>
 
 #include "OrlixCamVP.h"
 #include "c4d_resource.h"
 #include "c4d_symbols.h"
 #include "description/OrlixTag.h"
+#include "console_log.h"
+#include "picture.h"
 #include "register.h"
 
 namespace
 {
 // Loads a picture of the plug-in's "res" folder; a failure costs a console line and nothing else.
-void LoadPicture(BaseBitmap* bmp, const String& fileName)
+void LoadResPicture(BaseBitmap* bmp, const String& fileName)
 {
   const Filename path = GeGetPluginPath() + Filename("res") + Filename(fileName);
   const char* text = path.GetString().IsEmpty() ? "?" : path.GetString().GetCString();
-  struct stat st;
-  if (stat(path.GetString().GetCString(), &st) != 0)
-  {
+  const PictureLoad result = LoadPicture(bmp, path);
+  if (result == PictureLoad::Missing)
     LogConsole(">>> ERROR bmp not exist [%s]", text);
-    return;
-  }
-  if (!bmp || bmp->Init(path, -1, nullptr) != IMAGERESULT_OK)
+  else if (result == PictureLoad::Failed)
     LogConsole(">>> ERROR loadign bmp [%s]", text);
 }
 } // namespace
@@ -91,10 +89,10 @@ Bool OrlixTag::Init(GeListNode* node)
     return false;
 
   for (Int32 i = 0; i < 2; ++i)
-    LoadPicture(iconBitmaps[i], String("orlixtag") + String(i == 0 ? "_off" : "") + String(".tif"));
+    LoadResPicture(iconBitmaps[i], String("orlixtag") + String(i == 0 ? "_off" : "") + String(".tif"));
   const char* sides = "FBLRUD";
   for (Int32 i = 0; i < 6; ++i)
-    LoadPicture(sideBitmaps[i], String("side_") + String(std::string(1, sides[i])) + String(".png"));
+    LoadResPicture(sideBitmaps[i], String("side_") + String(std::string(1, sides[i])) + String(".png"));
 
   // Camera-dependent expression priority.
   BaseList2D* tagNode = static_cast<BaseList2D*>(node);
@@ -144,18 +142,6 @@ BaseVideoPost* OrlixTag::FindOrAddVideoPost(BaseDocument* doc, Bool create)
     return nullptr;
   rd->InsertVideoPost(vp, last);
   return vp;
-}
-
-Bool OrlixTag::IsStereoRender(GeListNode* node)
-{
-  if (!node)
-    node = Get();
-  BaseDocument* doc = node ? node->GetDocument() : nullptr;
-  RenderData* rd = doc ? doc->GetActiveRenderData() : nullptr;
-  if (!rd)
-    return false;
-  const BaseContainer settings = rd->GetData();
-  return settings.GetBool(RDATA_STEREO);
 }
 
 Bool RegisterOrlixTag()

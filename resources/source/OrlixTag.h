@@ -3,11 +3,6 @@
 
 #include "c4d.h"
 
-/// The cached geometry of the tag's viewport guide.
-struct LensGuideMesh
-{
-};
-
 class OrlixTag : public TagData
 {
 public:
@@ -27,11 +22,6 @@ public:
   /// A null `doc` means the tag's document, else the active one.
   BaseVideoPost* FindOrAddVideoPost(BaseDocument* doc, Bool create);
 
-  /// Whether the active render settings of the node's document ask for stereoscopy.
-  /// A null `node` means this tag's own node.
-  Bool IsStereoRender(GeListNode* node);
-
   BaseBitmap* iconBitmaps[2] = {};  ///< [0] switched off, [1] switched on
   BaseBitmap* sideBitmaps[6] = {};  ///< front, back, left, right, up, down
-  LensGuideMesh guideMesh;
 };

@@ -53,9 +53,9 @@ struct LensFrame : ::testing::Test
 
 TEST_F(LensFrame, PanoramaCoversTheSphereWithoutJumps)
 {
-  vp->isPanorama = true;
-  vp->fov = PI2;
-  UpdateSpans(*vp);
+  vp->settings.lens = LensKind::Panorama;
+  vp->settings.fov = PI2;
+  UpdateSpans(vp->settings);
   const Frame f = Shoot(*vp, camera, 64, 32);
   const double step = PI2 / 63.0;
   int octants[8] = {};
@@ -77,8 +77,8 @@ TEST_F(LensFrame, PanoramaCoversTheSphereWithoutJumps)
 
 TEST_F(LensFrame, DomeAngleGrowsWithRadiusAndStopsAtTheRim)
 {
-  vp->isDome = true;
-  vp->fov = PI;
+  vp->settings.lens = LensKind::Dome;
+  vp->settings.fov = PI;
   const Frame f = Shoot(*vp, camera, 65, 65);
   int inside = 0;
   for (Int32 y = 0; y < f.height; ++y)
@@ -101,7 +101,7 @@ TEST_F(LensFrame, DomeAngleGrowsWithRadiusAndStopsAtTheRim)
 TEST_F(LensFrame, CubeFacesTileTheSphere)
 {
   // Each face sees only directions whose major axis is its own; edge pixels sit on a tie.
-  vp->isCubemap = true;
+  vp->settings.lens = LensKind::Cubemap;
   for (int face = 0; face < 6; ++face)
   {
     vp->currentFace.channelIndex = face;

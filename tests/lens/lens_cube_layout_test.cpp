@@ -16,7 +16,7 @@ struct Grid
 Grid Build(int layout, int turn = 1, int face = 5)
 {
   CubeLayoutSettings s;
-  s.layout = layout;
+  s.layout = static_cast<CubeLayout>(layout);
   s.turn = turn;
   s.face = face;
   Grid g;

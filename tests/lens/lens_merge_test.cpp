@@ -61,7 +61,7 @@ TEST(StereoMerge, MonoCubemapTakesEachPixelFromItsFaceAndBlackElsewhere)
 TEST(StereoMerge, InterlaceModes)
 {
   Merge m({{1, 1, 1}, {2, 2, 2}});
-  m.plan.interlaced = true;
+  m.plan.stereoMode = StereoMode::Interlaced;
   const struct { int mode, x, y; float want; } rows[] = {
     {0, 3, 0, 1}, {0, 3, 1, 2},  // rows
     {1, 1, 0, 2}, {1, 2, 1, 1},  // columns
@@ -70,7 +70,7 @@ TEST(StereoMerge, InterlaceModes)
   };
   for (const auto& r : rows)
   {
-    m.plan.interlaceMode = r.mode;
+    m.plan.interlaceMode = static_cast<InterlaceMode>(r.mode);
     EXPECT_EQ(m.Px(r.x, r.y)[0], r.want) << "mode " << r.mode << " at " << r.x << ", " << r.y;
   }
 }
@@ -86,25 +86,25 @@ TEST(StereoMerge, AnaglyphTable)
   float out[3];
   for (const Row& r : rows)
   {
-    AnaglyphPixel(a, b, r.method, r.colours, 1.0, out);
+    AnaglyphPixel(a, b, static_cast<AnaglyphMethod>(r.method), static_cast<AnaglyphColours>(r.colours), 1.0, out);
     EXPECT_NEAR(out[0], r.r, 1e-6) << "method " << r.method << " colours " << r.colours;
     EXPECT_NEAR(out[1], r.g, 1e-6) << "method " << r.method << " colours " << r.colours;
     EXPECT_NEAR(out[2], r.bl, 1e-6) << "method " << r.method << " colours " << r.colours;
   }
   const float first[3] = {0, 0.25f, 0.25f};
-  AnaglyphPixel(first, b, 0, 3, 2.0, out);
+  AnaglyphPixel(first, b, AnaglyphMethod::Matrix, AnaglyphColours::Optimised, 2.0, out);
   EXPECT_FLOAT_EQ(out[0], 0.5f) << "gamma 2 takes the square root of red";
-  AnaglyphPixel(first, b, 0, 2, 2.0, out);
+  AnaglyphPixel(first, b, AnaglyphMethod::Matrix, AnaglyphColours::Half, 2.0, out);
   EXPECT_NEAR(out[0], 0.299 * 0 + 0.587 * 0.25 + 0.114 * 0.25, 1e-6) << "only colour set 3 has a gamma";
-  AnaglyphPixel(first, b, 0, 3, 0.5, out);
+  AnaglyphPixel(first, b, AnaglyphMethod::Matrix, AnaglyphColours::Optimised, 0.5, out);
   EXPECT_FLOAT_EQ(out[0], 0.25f) << "a gamma of 1 or less changes nothing";
 }
 
 TEST(StereoMerge, DomeAnaglyphLeavesTheCornersUnmixed)
 {
   Merge m({{1, 1, 1}, {0, 0, 0}});
-  m.plan.anaglyph = true;
-  m.plan.anaglyphColours = 1;
+  m.plan.stereoMode = StereoMode::Anaglyph;
+  m.plan.anaglyphColours = AnaglyphColours::Full;
   m.plan.isDome = true;
   EXPECT_EQ(m.Px(0, 0), (std::vector<float>{1, 1, 1})) << "corner of a dome: the first eye as it is";
   EXPECT_EQ(m.Px(4, 4), (std::vector<float>{1, 0, 0})) << "inside the circle: mixed";

@@ -17,16 +17,16 @@ Vector Direction(LensState s, double u, double v)
 LensState Panorama()
 {
   LensState s = MakeState(1000, 500);
-  s.isPanorama = true;
-  s.fov = PI2;
-  UpdateSpans(s);
+  s.settings.lens = LensKind::Panorama;
+  s.settings.fov = PI2;
+  UpdateSpans(s.settings);
   return s;
 }
 
 LensState Cubemap(int face)
 {
   LensState s = MakeState(512, 512);
-  s.isCubemap = true;
+  s.settings.lens = LensKind::Cubemap;
   s.currentFace.channelIndex = face;
   return s;
 }
@@ -184,8 +184,8 @@ TEST(LensMapping, BleedLimitsAndNoClampingInside)
 TEST(LensMapping, StereoShiftMovesEyesApartAndWrapsOnce)
 {
   LensState s = Panorama();
-  s.isStereo = true;
-  s.stereoPixelShift = 20;
+  s.settings.isStereo = true;
+  s.settings.pixelShift = 20;
   auto shifted = [&](int eye, double u) {
     s.currentEye.channelIndex = eye;
     Vector uv(u, 0.5, 0.0);
@@ -197,10 +197,10 @@ TEST(LensMapping, StereoShiftMovesEyesApartAndWrapsOnce)
   EXPECT_NEAR(shifted(0, 0.005), 0.995, 1e-9) << "left eye crosses the seam";
   EXPECT_NEAR(shifted(1, 0.995), 0.005, 1e-9) << "right eye crosses the seam";
 
-  s.stereoPixelShift = 5000; // 2.5 image widths for one eye
+  s.settings.pixelShift = 5000; // 2.5 image widths for one eye
   EXPECT_NEAR(shifted(1, 0.5), 2.0, 1e-6) << "the seam is crossed at most once";
 
-  s.isStereo = false;
+  s.settings.isStereo = false;
   EXPECT_EQ(shifted(1, 0.5), 0.5) << "no shift without stereo";
 }
 
@@ -218,12 +218,12 @@ TEST(LensMapping, FaceTransformComesBeforeEye)
 TEST(LensMapping, ModeOrderNoModeAndZenithOnlyInStereo)
 {
   LensState s = MakeState(100, 100);
+  s.settings.lens = static_cast<LensKind>(7);
   EXPECT_TRUE(Direction(s, 0.5, 0.5).IsZero()) << "no lens mode, no ray";
-  s.isPanorama = true;
-  s.isDome = true;
-  s.fov = PI;
-  UpdateSpans(s);
-  EXPECT_TRUE(VectorNear(Direction(s, 0.75, 0.5), DomeDirection(0.75, 0.5, PI, true), 0)) << "dome is tested first";
-  s.domeZenithStereo = true;
+  s.settings.lens = LensKind::Dome;
+  s.settings.fov = PI;
+  UpdateSpans(s.settings);
+  EXPECT_TRUE(VectorNear(Direction(s, 0.75, 0.5), DomeDirection(0.75, 0.5, PI, true), 0)) << "a dome";
+  s.settings.domeZenith = true;
   EXPECT_EQ(Direction(s, 0.5, 0.5), Vector(0, 0, 1)) << "zenith without stereo has no effect";
 }

@@ -53,9 +53,9 @@ struct PanoramaLookUp
   static Vector Forward(double u, double v)
   {
     LensState s = MakeState(1000, 500);
-    s.isPanorama = true;
-    s.fov = PI2;
-    UpdateSpans(s);
+    s.settings.lens = LensKind::Panorama;
+    s.settings.fov = PI2;
+    UpdateSpans(s.settings);
     Vector uv(u, v, 0);
     return PixelToDirection(s, uv);
   }
@@ -70,10 +70,10 @@ struct ZenithDomeLookUp
   static Vector Forward(double u, double v)
   {
     LensState s = MakeState(1000, 1000);
-    s.isDome = true;
-    s.fov = PI;
-    s.isStereo = true;
-    s.domeZenithStereo = true;
+    s.settings.lens = LensKind::Dome;
+    s.settings.fov = PI;
+    s.settings.isStereo = true;
+    s.settings.domeZenith = true;
     Vector uv(u, v, 0);
     return PixelToDirection(s, uv);
   }

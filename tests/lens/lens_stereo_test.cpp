@@ -79,7 +79,7 @@ TEST(EyeRayMatrix, OffsetOfEveryModel)
   for (const OffsetRow& row : kOffsets)
   {
     Vector aim = kGarbage, axis = kGarbage;
-    const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), row.direction, row.model, row.zenith, 0.0,
+    const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), true, row.direction, static_cast<EyeModel>(row.model), row.zenith, 0.0,
                                   kSeparation, row.strength, aim, axis);
     EXPECT_TRUE(VectorNear(e.off, row.offset, 1e-12)) << row.what << ", direction " << row.direction;
     // The turn and its undoing leave the eye's own axes; the zenith setting adds its quarter turn.
@@ -100,7 +100,7 @@ TEST(EyeRayMatrix, OffsetTurnsInTheCamerasOwnFrame)
   for (const auto& row : rows)
   {
     Vector aim, axis;
-    const Matrix e = EyeRayMatrix(cam, left, row.direction, row.model, false, 0, kSeparation, 1, aim, axis);
+    const Matrix e = EyeRayMatrix(cam, left, true, row.direction, static_cast<EyeModel>(row.model), false, 0, kSeparation, 1, aim, axis);
     EXPECT_TRUE(VectorNear(e.off, cam * row.localOffset, 1e-12)) << "model " << row.model;
     EXPECT_TRUE(AxesNear(e, cam, 1e-14)) << "model " << row.model;
   }
@@ -110,11 +110,11 @@ TEST(EyeRayMatrix, ConvergenceAimAndAxis)
 {
   // The toe-in angle itself is checked geometrically below; here the reported point and axis.
   Vector aim = kGarbage, axis = kGarbage;
-  const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), {0, 0, 1}, 0, false, 1000, kSeparation, 1, aim, axis);
+  const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), true, {0, 0, 1}, EyeModel::Fixed, false, 1000, kSeparation, 1, aim, axis);
   EXPECT_TRUE(VectorNear(e.off, {-kHalf, 0, 0}, 1e-12)) << "convergence turns the eye, it doesn't move it";
   EXPECT_TRUE(VectorNear(aim, {0, 0, 1000}, 1e-12));
   EXPECT_TRUE(VectorNear(axis, {0, -1, 0}, 1e-15));
-  EyeRayMatrix(Matrix(), Eye(Matrix(), kHalf, "1"), {0, 0, 1}, 0, false, 1000, kSeparation, 1, aim, axis);
+  EyeRayMatrix(Matrix(), Eye(Matrix(), kHalf, "1"), true, {0, 0, 1}, EyeModel::Fixed, false, 1000, kSeparation, 1, aim, axis);
   EXPECT_TRUE(VectorNear(axis, {0, 1, 0}, 1e-15)) << "the right eye turns about the opposite axis";
 }
 
@@ -123,7 +123,7 @@ TEST(EyeRayMatrix, ConvergenceAngleComesFromTheUnturnedOffset)
   // The full circle moves the eye in line with the ray, but the angle is measured from the
   // offset before the turn: it is 0, and the ray stays parallel to the direction.
   Vector aim, axis;
-  const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), {1, 0, 0}, 1, false, 1000, kSeparation, 1, aim, axis);
+  const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), true, {1, 0, 0}, EyeModel::FullCircle, false, 1000, kSeparation, 1, aim, axis);
   EXPECT_TRUE(VectorNear(e.off, {0, 0, kHalf}, 1e-12));
   EXPECT_TRUE(VectorNear(aim, {1000, 0, 0}, 1e-12));
   EXPECT_TRUE(VectorNear(e.TransformVector(Vector(1, 0, 0)), {1, 0, 0}, 1e-15));
@@ -142,7 +142,7 @@ TEST(EyeRayMatrix, ConvergedFixedEyeAimsAtThePoint)
         const Vector d = raw.GetNormalized();
         Vector aim, axis;
         const StereoCameraInfo eye = Eye(cam, side, side < 0 ? "0" : "1");
-        const Matrix e = EyeRayMatrix(cam, eye, d, 0, zenith, 500, kSeparation, 1, aim, axis);
+        const Matrix e = EyeRayMatrix(cam, eye, true, d, EyeModel::Fixed, zenith, 500, kSeparation, 1, aim, axis);
         const Matrix lens = zenith ? cam * MatrixRotX(-PI05) : cam;
         const Vector target = lens * aim;
         const Vector ray = e.TransformVector(d);
@@ -155,27 +155,24 @@ TEST(EyeRayMatrix, ConvergedFixedEyeAimsAtThePoint)
 
 TEST(EyeRayMatrix, ConvergenceGates)
 {
-  const struct { const char* what; const char* name; double zeroParallax, separation, strength; } gates[] = {
-    {"no name", "", 1000, kSeparation, 1},
-    {"name of two characters", "01", 1000, kSeparation, 1},
-    {"name of another character", "2", 1000, kSeparation, 1},
-    {"name L", "L", 1000, kSeparation, 1},
-    {"zero parallax 0", "0", 0, kSeparation, 1},
-    {"zero parallax negative", "0", -10, kSeparation, 1},
-    {"separation 0", "0", 1000, 0, 1},
-    {"separation negative", "1", 1000, -6.5, 1},
-    {"strength 0", "0", 1000, kSeparation, 0},
-    {"strength negative", "0", 1000, kSeparation, -0.5},
+  const struct { const char* what; bool planned; double zeroParallax, separation, strength; } gates[] = {
+    {"not one of the plan's eyes", false, 1000, kSeparation, 1},
+    {"zero parallax 0", true, 0, kSeparation, 1},
+    {"zero parallax negative", true, -10, kSeparation, 1},
+    {"separation 0", true, 1000, 0, 1},
+    {"separation negative", true, 1000, -6.5, 1},
+    {"strength 0", true, 1000, kSeparation, 0},
+    {"strength negative", true, 1000, kSeparation, -0.5},
   };
   // The sweep model, so that the baseline turn still shows where convergence is off.
   const Vector d = Vector(0.6, 0.0, 0.8);
   for (const auto& g : gates)
   {
     Vector aim = kGarbage, axis = kGarbage;
-    const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, g.name), d, 2, false, g.zeroParallax, g.separation,
+    const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), g.planned, d, EyeModel::Sweep, false, g.zeroParallax, g.separation,
                                   g.strength, aim, axis);
     Vector aim0, axis0;
-    const Matrix plain = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, g.name), d, 2, false, 0, g.separation, g.strength,
+    const Matrix plain = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), g.planned, d, EyeModel::Sweep, false, 0, g.separation, g.strength,
                                       aim0, axis0);
     EXPECT_EQ(aim, Vector()) << g.what;
     EXPECT_EQ(axis, Vector()) << g.what;
@@ -188,7 +185,7 @@ TEST(EyeRayMatrix, ConvergenceGates)
 
   // Just inside every gate, convergence runs.
   Vector aim, axis;
-  EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "1"), d, 2, false, 1e-9, 1e-9, 1e-9, aim, axis);
+  EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "1"), true, d, EyeModel::Sweep, false, 1e-9, 1e-9, 1e-9, aim, axis);
   EXPECT_NE(aim, Vector());
   EXPECT_NE(axis, Vector());
 }
@@ -251,9 +248,9 @@ TEST(SeparationMapPosition, DomeWithoutZenithIsLookedUpAsASphere)
   // The panorama and the zenith dome are in lens_round_trip_test. A dome without the zenith setting
   // has no quarter turn, is turned all the same and looked up as a sphere: its centre lands at (0.75, 0.5).
   LensState dome = MakeState(1000, 1000);
-  dome.isDome = true;
-  dome.fov = PI;
-  dome.isStereo = true;
+  dome.settings.lens = LensKind::Dome;
+  dome.settings.fov = PI;
+  dome.settings.isStereo = true;
   Vector uv(0.5, 0.5, 0);
   EXPECT_TRUE(VectorNear(SeparationMapPosition(PixelToDirection(dome, uv), false, PI), {0.75, 0.5, 0}, 1e-15));
 }

@@ -29,16 +29,16 @@ struct RayTest : ::testing::Test
   void Dome(Int32 size)
   {
     Activate(size, size);
-    vp->isDome = true;
-    vp->fov = PI;
+    vp->settings.lens = LensKind::Dome;
+    vp->settings.fov = PI;
   }
   void Cylinder(Int32 width, Int32 height, Float stripHeight)
   {
     Activate(width, height);
-    vp->isCylindrical = true;
-    vp->fov = PI2;
-    UpdateSpans(*vp);
-    vp->cylinderHeight = stripHeight;
+    vp->settings.lens = LensKind::Cylindrical;
+    vp->settings.fov = PI2;
+    UpdateSpans(vp->settings);
+    vp->settings.cylinderHeight = stripHeight;
   }
   Ray Shoot(Float x, Float y)
   {
@@ -60,8 +60,8 @@ struct RayTest : ::testing::Test
 
 TEST_F(RayTest, InactiveLeavesTheRayAlone)
 {
-  vp->isDome = true;
-  vp->fov = PI;
+  vp->settings.lens = LensKind::Dome;
+  vp->settings.fov = PI;
   const Ray r = Shoot(10, 10);
   EXPECT_EQ(r.p, Vector(-9, -9, -9));
   EXPECT_EQ(r.v, Vector(-9, -9, -9));
@@ -71,9 +71,9 @@ TEST_F(RayTest, PixelCentresSpanTheAreaFromZeroToOne)
 {
   // A full-sphere panorama turns uv into a known direction: read the position back from it.
   Activate(201, 101, Vector(100, 50, 0));
-  vp->isPanorama = true;
-  vp->fov = PI2;
-  UpdateSpans(*vp);
+  vp->settings.lens = LensKind::Panorama;
+  vp->settings.fov = PI2;
+  UpdateSpans(vp->settings);
   EXPECT_TRUE(Near(Shoot(200, 100).v, Vector(0, 0, 1))) << "centre pixel is uv (0.5, 0.5)";
   EXPECT_TRUE(Near(Shoot(100, 50).v, Vector(0, 1, 0))) << "first pixel is uv (0, 0): the pole";
   EXPECT_TRUE(Near(Shoot(250, 100).v, Vector(1, 0, 0))) << "uv (0.75, 0.5)";
@@ -110,12 +110,12 @@ TEST_F(RayTest, CylinderOriginSlidesAlongTheStrip)
   EXPECT_NEAR(Shoot(50, 0).v.y, 0.0, 1e-15) << "the strip looks horizontally";
   EXPECT_NEAR(Shoot(50, -1).p.y, 51.0, 1e-9) << "within the bleed the strip runs on beyond its height";
 
-  vp->cylinderAxisTurned = true;
+  vp->settings.cylinderAxisTurned = true;
   EXPECT_TRUE(Near(Shoot(0, 50).p, Vector(-50, 0, 0)));
   EXPECT_TRUE(Near(Shoot(100, 50).p, Vector(50, 0, 0)));
 
   // The origin uses the position after the channel's turn.
-  vp->cylinderAxisTurned = false;
+  vp->settings.cylinderAxisTurned = false;
   vp->currentFace.flipY = true;
   EXPECT_TRUE(Near(Shoot(50, 0).p, Vector(0, -50, 0))) << "a flipped picture slides the origin the other way";
 }
@@ -145,11 +145,9 @@ TEST_F(RayTest, RayPathAllocatesNothing)
   const long before = ThreadAllocationCount();
   for (int mode = 0; mode < 4; ++mode)
   {
-    vp->isDome = mode == 0;
-    vp->isPanorama = mode == 1;
-    vp->isCylindrical = mode == 2;
-    vp->isCubemap = mode == 3;
-    vp->fov = mode == 0 ? PI : PI2;
+    const LensKind kinds[] = {LensKind::Dome, LensKind::Panorama, LensKind::Cylindrical, LensKind::Cubemap};
+    vp->settings.lens = kinds[mode];
+    vp->settings.fov = mode == 0 ? PI : PI2;
     vp->currentFace.channelIndex = 5;
     for (int y = 0; y < 129; y += 8)
       for (int x = 0; x < 257; x += 8)

@@ -91,7 +91,7 @@ struct Overlays : PluginTest
     vp->domeDiameter = d;
     vp->logoInset = d / 2.0 - std::sin(0.25 * 3.14159265358979323846) * (d / 2.0);
     vp->logoCorner = Area(w - 1 - vp->logoInset, h - 1 - vp->logoInset, w - 1, h - 1);
-    vp->maskMode = 0;
+    vp->settings.maskMode = MaskMode::Black;
   }
 
   std::unique_ptr<OrlixCamVP> vp{static_cast<OrlixCamVP*>(OrlixCamVP::Alloc())};
@@ -168,7 +168,7 @@ TEST_F(Overlays, LogoCornerOfAWideDomeGrowsToTheLeft)
   vps.render = &render;
   Dome(2000, 1000, 1000);
   ASSERT_EQ(vp->logoCorner.width, 147);
-  vp->logoMode = 1;
+  vp->settings.logoMode = LogoMode::File;
   ASSERT_TRUE(Solid(10, 10, 255, 255, 255)->CopyTo(vp->logoBitmap));
   EXPECT_EQ(DrawOverlays(*vp, &vps), RENDERRESULT_OK);
   EXPECT_EQ(vp->logoBitmap->GetBw(), 295) << "start.x lies 147 × 2 left of end.x";
@@ -178,14 +178,14 @@ TEST_F(Overlays, LogoCornerOfAWideDomeGrowsToTheLeft)
 
   vps.render = nullptr;
   EXPECT_EQ(DrawOverlays(*vp, &vps), RENDERRESULT_OUTOFMEMORY) << "no RGBA buffer";
-  vp->logoMode = 2;
+  vp->settings.logoMode = LogoMode::None;
   EXPECT_EQ(DrawOverlays(*vp, &vps), RENDERRESULT_OK) << "nothing to draw needs no buffer";
 }
 
 TEST_F(Overlays, TechnicalBlockLines)
 {
   vp->activeArea = Area(0, 0, 1999, 999);
-  vp->fps = 24.0;
+  vp->settings.fps = 24.0;
   vp->docMinTime = BaseTime(0.0, 1.0);
   vp->docMaxTime = BaseTime(10.0, 1.0);
   const std::vector<String> lines = SlateTechnicalLines(*vp);
@@ -207,11 +207,11 @@ TEST_F(Overlays, SlateTextIsWhiteCoverageFromTheMarginOn)
   VideoPostStruct vps;
   vps.render = &render;
   Dome(D, D, D);
-  vp->logoMode = 2;
-  vp->showSlateText = vp->showInfo = vp->showTimecode = vp->showFrameNumber = true;
-  vp->slateText = String("Title\nSecond line");
-  vp->slateTextSize = 1.0;
-  vp->fps = 25.0;
+  vp->settings.logoMode = LogoMode::None;
+  vp->settings.showSlateText = vp->settings.showInfo = vp->settings.showTimecode = vp->settings.showFrameNumber = true;
+  vp->settings.slateText = String("Title\nSecond line");
+  vp->settings.slateTextSize = 1.0;
+  vp->settings.fps = 25.0;
   vp->frameTime = BaseTime(2.0, 1.0);
   vp->docMaxTime = BaseTime(4.0, 1.0);
   ASSERT_EQ(DrawOverlays(*vp, &vps), RENDERRESULT_OK);

@@ -138,7 +138,7 @@ TEST_F(RenderStart, StereoSwitchesAlphaOffInTheRunningRenderOnly)
   Settings().SetBool(RDATA_STEREO, true);
   Settings().SetBool(RDATA_ALPHACHANNEL, true);
   auto render = Start(64, 64);
-  EXPECT_TRUE(vp->isStereo);
+  EXPECT_TRUE(vp->settings.isStereo);
   EXPECT_FALSE(render->settings.GetBool(RDATA_ALPHACHANNEL));
   EXPECT_TRUE(Settings().GetBool(RDATA_ALPHACHANNEL)) << "the document's settings stay as they were";
   EXPECT_TRUE(host::App().console.Contains(String("Alpha channel disabled for Stereoscopic render")));
@@ -152,9 +152,9 @@ TEST_F(RenderStart, SwappedEyesTakeTheirFlipsAlong)
   VP().SetBool(ORLIXVP_SWAP_EYES, true);
   Settings().SetBool(RDATA_STEREO, true);
   Start(1000, 500);
-  EXPECT_EQ(vp->stereoChannels[0].channelIndex, 1) << "swapped: the first image is the right eye";
-  EXPECT_TRUE(vp->stereoChannels[0].flipX) << "flips follow the eye, not the place";
-  EXPECT_FALSE(vp->stereoChannels[1].flipX);
+  EXPECT_EQ(vp->plan.eyes[0].channelIndex, 1) << "swapped: the first image is the right eye";
+  EXPECT_TRUE(vp->plan.eyes[0].flipX) << "flips follow the eye, not the place";
+  EXPECT_FALSE(vp->plan.eyes[1].flipX);
 }
 
 TEST_F(RenderStart, SnapshotTakesTheLensSettings)
@@ -165,12 +165,12 @@ TEST_F(RenderStart, SnapshotTakesTheLensSettings)
   Tag().SetFloat(ORLIXTAG_PANO_LAT_MIN, -PI / 4);
   VP().SetBool(ORLIXVP_SLATE, true);
   Start(200, 100);
-  EXPECT_TRUE(vp->isPanorama);
-  EXPECT_DOUBLE_EQ(vp->spanStart, 0.25);
-  EXPECT_DOUBLE_EQ(vp->spanEnd, 0.75);
-  EXPECT_DOUBLE_EQ(vp->verticalStart, 0.25);
-  EXPECT_DOUBLE_EQ(vp->verticalEnd, 1.0);
-  EXPECT_FALSE(vp->slateOn) << "the slate belongs to domes only";
+  EXPECT_EQ(vp->settings.lens, LensKind::Panorama);
+  EXPECT_DOUBLE_EQ(vp->settings.spanStart, 0.25);
+  EXPECT_DOUBLE_EQ(vp->settings.spanEnd, 0.75);
+  EXPECT_DOUBLE_EQ(vp->settings.verticalStart, 0.25);
+  EXPECT_DOUBLE_EQ(vp->settings.verticalEnd, 1.0);
+  EXPECT_FALSE(vp->settings.slateOn) << "the slate belongs to domes only";
   OpenImage();
   OpenImage();
   EXPECT_EQ(vp->subRenderIndex, 0) << "a mono render stays at image 0";
@@ -197,7 +197,7 @@ TEST_F(RenderStart, CubemapPreviewIsOneSquareFace)
   vp->isPreview = true;
   Tag().SetInt32(ORLIXTAG_LENS, 3);
   Start(1000, 1000);
-  EXPECT_EQ(vp->frameArea.height, 1000) << "a cubemap preview is square";
+  EXPECT_EQ(vp->plan.frameArea.height, 1000) << "a cubemap preview is square";
   EXPECT_EQ(vp->gridSize, Vector(1, 1, 0)) << "a preview shows one face";
 }
 

@@ -87,8 +87,8 @@ protected:
     vp->camera = camera;
     vp->tag = tag;
     vp->tagData = tagData;
-    vp->isStereo = true;
-    vp->eyeSeparation = 2 * kHalf;
+    vp->settings.isStereo = true;
+    vp->settings.eyeSeparation = 2 * kHalf;
     vp->bleedPixels = 10;
   }
 
@@ -109,26 +109,25 @@ protected:
   void Dome(Int32 size)
   {
     Area(size, size);
-    vp->isDome = true;
-    vp->fov = PI;
+    vp->settings.lens = LensKind::Dome;
+    vp->settings.fov = PI;
   }
 
   void Panorama(Int32 width, Int32 height)
   {
     Area(width, height);
-    vp->isPanorama = true;
-    vp->fov = PI2;
-    UpdateSpans(*vp);
-    tagData->SetInt32(ORLIXTAG_LENS, 0);
+    vp->settings.lens = LensKind::Panorama;
+    vp->settings.fov = PI2;
+    UpdateSpans(vp->settings);
   }
 
   void Cylinder(Int32 width, Int32 height, Float stripHeight)
   {
     Area(width, height);
-    vp->isCylindrical = true;
-    vp->fov = PI2;
-    UpdateSpans(*vp);
-    vp->cylinderHeight = stripHeight;
+    vp->settings.lens = LensKind::Cylindrical;
+    vp->settings.fov = PI2;
+    UpdateSpans(vp->settings);
+    vp->settings.cylinderHeight = stripHeight;
   }
 
   /// The eye record as the stereo cameras make it: the camera's matrix moved along its x axis.
@@ -147,6 +146,7 @@ protected:
     tag->InsertShader(sh);
     tagData->SetLink(ORLIXTAG_SEPARATION_MAP, sh);
     tagData->SetBool(ORLIXTAG_SEPARATION_MAP_ON, true);
+    vp->settings.separationMapOn = true;
     return sh;
   }
 
@@ -179,7 +179,7 @@ std::string WriteGreyPicture(unsigned char value)
 TEST_F(StereoRayTest, CylinderOriginGoesAlongWorldAxesInStereoAndCameraAxesInMono)
 {
   Cylinder(101, 101, 100);
-  vp->eyeModel = 0;
+  vp->settings.eyeModel = static_cast<EyeModel>(0);
   // Turned a quarter about Z: the camera's y axis is world +X.
   camera->SetMg(MatrixMove(Vector(10, 0, 0)) * MatrixRotZ(PI05));
   UseEye(-kHalf);
@@ -187,13 +187,13 @@ TEST_F(StereoRayTest, CylinderOriginGoesAlongWorldAxesInStereoAndCameraAxesInMon
   // Top row: oy = +50. The left eye stands at (10, 3.25, 0) in the world.
   const Ray stereo = Shoot(50, 0);
   EXPECT_TRUE(Near(stereo.p, Vector(10, 3.25 + 50, 0), 1e-9)) << "stereo: offset along world y";
-  vp->isStereo = false;
+  vp->settings.isStereo = false;
   const Ray mono = Shoot(50, 0);
   EXPECT_TRUE(Near(mono.p, Vector(10 + 50, 0, 0), 1e-9)) << "mono: offset along the camera's y";
   EXPECT_TRUE(Near(stereo.v, mono.v)) << "the fixed eye looks as the camera does";
 
-  vp->isStereo = true;
-  vp->cylinderAxisTurned = true;
+  vp->settings.isStereo = true;
+  vp->settings.cylinderAxisTurned = true;
   EXPECT_TRUE(Near(Shoot(0, 50).p, Vector(10 - 50, 3.25, 0), 1e-9)) << "turned strip: ox = -50 along world x";
 }
 
@@ -218,7 +218,7 @@ TEST_F(StereoRayTest, EyeModelsPlaceBothEyesInTheCamerasFrame)
   };
   for (const auto& row : rows)
   {
-    vp->eyeModel = row.model;
+    vp->settings.eyeModel = static_cast<EyeModel>(row.model);
     UseEye(row.side);
     const Ray r = Shoot(row.x, 50);
     SCOPED_TRACE(::testing::Message() << "model " << row.model << " eye " << row.side << " x " << row.x);
@@ -232,8 +232,8 @@ TEST_F(StereoRayTest, ConvergenceAndZenithThroughCreateRay)
   Dome(101);
   const Matrix cam = MatrixMove(Vector(0, 150, 0)) * MatrixRotY(0.2) * MatrixRotX(-0.6);
   camera->SetMg(cam);
-  vp->eyeModel = 0;
-  vp->zeroParallaxDistance = 1000;
+  vp->settings.eyeModel = static_cast<EyeModel>(0);
+  vp->settings.zeroParallaxDistance = 1000;
   UseEye(-kHalf);
   const Ray r = Shoot(50, 50);
   EXPECT_TRUE(Near(r.p, cam * Vector(-kHalf, 0, 0), 1e-9));
@@ -243,9 +243,9 @@ TEST_F(StereoRayTest, ConvergenceAndZenithThroughCreateRay)
 
   // With the zenith setting the eye pair turns about the dome's axis, and the centre looks along
   // the camera's axis again.
-  vp->zeroParallaxDistance = 0;
-  vp->eyeModel = 2;
-  vp->domeZenithStereo = true;
+  vp->settings.zeroParallaxDistance = 0;
+  vp->settings.eyeModel = static_cast<EyeModel>(2);
+  vp->settings.domeZenith = true;
   const Ray z = Shoot(50, 50);
   EXPECT_TRUE(Near(z.v, cam.v3, 1e-12));
   EXPECT_TRUE(Near(z.p, cam * Vector(-kHalf, 0, 0), 1e-9));
@@ -262,7 +262,7 @@ TEST_F(StereoRayTest, GradientMapFadingToZeroBringsBothEyesToTheCamera)
   Panorama(64, 33);
   const Matrix cam = MatrixMove(Vector(5, 100, -20)) * MatrixRotY(0.3);
   camera->SetMg(cam);
-  vp->eyeModel = 2;
+  vp->settings.eyeModel = static_cast<EyeModel>(2);
   BaseShader* map = LinkMap(Xgradient);
   BaseContainer knots;
   knots.SetContainer(0, Knot(0.1, 0.0));
@@ -285,33 +285,33 @@ TEST_F(StereoRayTest, GradientMapFadingToZeroBringsBothEyesToTheCamera)
         EXPECT_NEAR((r.p - cam.off).GetLength(), want, want == 0.0 ? 1e-12 : 1e-9)
           << "pixel " << x << ", " << y << " eye " << side;
         // The map moves the eyes only; the fixed-axes eye looks as the camera does.
-        vp->isStereo = false;
+        vp->settings.isStereo = false;
         EXPECT_TRUE(Near(r.v, Shoot(x, y).v)) << "pixel " << x << ", " << y;
-        vp->isStereo = true;
+        vp->settings.isStereo = true;
       }
   }
 
   vp->CloseSeparationClone();
-  EXPECT_EQ(vp->separationShader, nullptr);
+  EXPECT_EQ(vp->separationMap.shader, nullptr);
 }
 
 TEST_F(StereoRayTest, NoCloneWithoutAMapThatOpens)
 {
   Panorama(64, 33);
   UseEye(-kHalf);
-  vp->eyeModel = 0;
+  vp->settings.eyeModel = static_cast<EyeModel>(0);
   auto expectNone = [&](const char* why) {
     EXPECT_TRUE(vp->OpenSeparationClone(doc)) << why;
-    EXPECT_EQ(vp->separationShader, nullptr) << why;
+    EXPECT_EQ(vp->separationMap.shader, nullptr) << why;
   };
   // A shader that would give 0, with the map switched off, then in a mono render.
   LinkMap(Xcolor)->GetDataInstance()->SetFloat(COLORSHADER_BRIGHTNESS, 0.0);
-  tagData->SetBool(ORLIXTAG_SEPARATION_MAP_ON, false);
+  vp->settings.separationMapOn = false;
   expectNone("map off");
-  tagData->SetBool(ORLIXTAG_SEPARATION_MAP_ON, true);
-  vp->isStereo = false;
+  vp->settings.separationMapOn = true;
+  vp->settings.isStereo = false;
   expectNone("mono");
-  vp->isStereo = true;
+  vp->settings.isStereo = true;
 
   // A link that doesn't resolve in this document is the Begin/End test's.
   tagData->SetLink(ORLIXTAG_SEPARATION_MAP, nullptr);
@@ -331,7 +331,7 @@ TEST_F(StereoRayTest, CloneIsTheRendersOwnCopy)
   BaseShader* map = LinkMap(Xcolor);
   map->GetDataInstance()->SetFloat(COLORSHADER_BRIGHTNESS, 0.5);
   ASSERT_TRUE(vp->OpenSeparationClone(doc));
-  BaseShader* clone = vp->separationShader;
+  BaseShader* clone = vp->separationMap.shader;
   ASSERT_NE(clone, nullptr);
   EXPECT_NE(clone, map);
 
@@ -342,7 +342,7 @@ TEST_F(StereoRayTest, CloneIsTheRendersOwnCopy)
   // The user may change the tag's shader during the render; the render keeps its copy.
   map->GetDataInstance()->SetFloat(COLORSHADER_BRIGHTNESS, 0.0);
   UseEye(-kHalf);
-  vp->eyeModel = 0;
+  vp->settings.eyeModel = static_cast<EyeModel>(0);
   EXPECT_TRUE(Near(Shoot(20, 16).p, camera->GetMg() * Vector(-kHalf * 0.5, 0, 0), 1e-9));
 
   // Opening again closes the old copy first.
@@ -350,7 +350,7 @@ TEST_F(StereoRayTest, CloneIsTheRendersOwnCopy)
   EXPECT_TRUE(Near(Shoot(20, 16).p, camera->GetMg().off, 1e-9)) << "the new copy has the new setting";
   vp->CloseSeparationClone();
   vp->CloseSeparationClone(); // nothing left to close
-  EXPECT_EQ(vp->separationShader, nullptr);
+  EXPECT_EQ(vp->separationMap.shader, nullptr);
 }
 
 TEST_F(StereoRayTest, FailedCloneIsReportedAndRendersAtFullSeparation)
@@ -359,13 +359,13 @@ TEST_F(StereoRayTest, FailedCloneIsReportedAndRendersAtFullSeparation)
   g_opens = 0;
   LinkMap(kOpensOnceShader);
   EXPECT_FALSE(vp->OpenSeparationClone(doc));
-  EXPECT_EQ(vp->separationShader, nullptr);
+  EXPECT_EQ(vp->separationMap.shader, nullptr);
   EXPECT_EQ(g_opens.load(), 2) << "the tag's shader opened, its copy did not";
   ASSERT_FALSE(host::App().console.Lines().empty());
   EXPECT_EQ(host::App().console.Lines().back(), String("--- OrlixCam: Shader clone error"));
 
   UseEye(kHalf);
-  vp->eyeModel = 0;
+  vp->settings.eyeModel = static_cast<EyeModel>(0);
   EXPECT_TRUE(Near(Shoot(20, 16).p, camera->GetMg() * Vector(kHalf, 0, 0), 1e-9));
 }
 
@@ -375,33 +375,26 @@ TEST_F(StereoRayTest, SampleSeparationMapContract)
   ASSERT_EQ(recorder->InitRender(InitRenderStruct(doc)), INITRENDERRESULT_OK);
   const Vector ahead(0, 0, 1); // the lens direction of a panorama's centre
 
-  // Switched off: 1.0, and the shader isn't asked.
-  tagData->SetBool(ORLIXTAG_SEPARATION_MAP_ON, false);
+  // No shader: 1.0.
   g_samples = 0;
-  EXPECT_EQ(SampleSeparationMap(tagData, ahead, recorder), 1.0);
+  EXPECT_EQ(SampleSeparationMap(SeparationMapLookup(), ahead), 1.0);
   EXPECT_EQ(g_samples.load(), 0);
-  tagData->SetBool(ORLIXTAG_SEPARATION_MAP_ON, true);
 
-  // On: the first component, and the record the shader is sampled with.
-  tagData->SetInt32(ORLIXTAG_LENS, 0);
-  EXPECT_EQ(SampleSeparationMap(tagData, ahead, recorder), 0.5);
+  // A sphere's map: the first component, and the record the shader is sampled with.
+  SeparationMapLookup map{recorder, false, PI};
+  EXPECT_EQ(SampleSeparationMap(map, ahead), 0.5);
   EXPECT_EQ(g_samples.load(), 1);
   EXPECT_TRUE(Near(g_lastSample.p, Vector(0.75, 0.5, 0), 1e-15)) << "a quarter of the image on";
   EXPECT_EQ(g_lastSample.texflag, TEX_TILE);
 
   // A dome with the zenith setting looks up dome positions, v upward.
   Dome(100);
-  vp->domeZenithStereo = true;
+  vp->settings.domeZenith = true;
   Vector uv(0.75, 0.25, 0);
   const Vector domeDirection = PixelToDirection(*vp, uv);
-  tagData->SetInt32(ORLIXTAG_LENS, 1);
-  tagData->SetInt32(ORLIXTAG_DOME_ZENITH, 1);
-  tagData->SetFloat(ORLIXTAG_DOME_FOV, PI);
-  SampleSeparationMap(tagData, domeDirection, recorder);
+  map.domeZenith = true;
+  SampleSeparationMap(map, domeDirection);
   EXPECT_TRUE(Near(g_lastSample.p, Vector(0.75, 0.75, 0.5), 1e-15));
-  tagData->SetInt32(ORLIXTAG_DOME_ZENITH, 0);
-  SampleSeparationMap(tagData, domeDirection, recorder);
-  EXPECT_EQ(g_lastSample.p.z, 0.0) << "without the zenith setting a dome is looked up as a sphere";
   recorder->FreeRender();
 
   // No clamp: a map of 2.5 gives 2.5, a map below 0 gives its value.
@@ -410,21 +403,18 @@ TEST_F(StereoRayTest, SampleSeparationMapContract)
   {
     bright->GetDataInstance()->SetFloat(COLORSHADER_BRIGHTNESS, value);
     ASSERT_EQ(bright->InitRender(InitRenderStruct(doc)), INITRENDERRESULT_OK);
-    EXPECT_EQ(SampleSeparationMap(tagData, ahead, bright), value);
+    EXPECT_EQ(SampleSeparationMap(SeparationMapLookup{bright, false, PI}, ahead), value);
   }
   bright->FreeRender();
-  EXPECT_EQ(SampleSeparationMap(nullptr, ahead, bright), 1.0) << "no settings, no map";
 }
 
-TEST_F(StereoRayTest, NullShaderReachesThePairAroundItOnItsOwnThread)
+TEST_F(StereoRayTest, BeginAndEndOpenTheLinkedShaderOnce)
 {
   BaseShader* quarter = LinkMap(Xcolor);
   quarter->GetDataInstance()->SetFloat(COLORSHADER_BRIGHTNESS, 0.25);
-  const Vector ahead(0, 0, 1);
 
   EndSeparationMap(); // nothing open: nothing happens
   EXPECT_EQ(OpenSeparationMap(), nullptr);
-  EXPECT_EQ(SampleSeparationMap(tagData, ahead, nullptr), 1.0) << "no pair, no shader";
 
   BaseDocument* other = BaseDocument::Alloc();
   BeginSeparationMap(tagData, other);
@@ -434,12 +424,11 @@ TEST_F(StereoRayTest, NullShaderReachesThePairAroundItOnItsOwnThread)
 
   BeginSeparationMap(tagData, doc);
   EXPECT_EQ(OpenSeparationMap(), quarter);
-  EXPECT_EQ(SampleSeparationMap(tagData, ahead, nullptr), 0.25);
-  double elsewhere = 0.0;
-  std::thread([&] { elsewhere = SampleSeparationMap(tagData, ahead, nullptr); }).join();
-  EXPECT_EQ(elsewhere, 1.0) << "another thread's rays don't see this pair";
+  BaseShader* elsewhere = quarter;
+  std::thread([&] { elsewhere = OpenSeparationMap(); }).join();
+  EXPECT_EQ(elsewhere, nullptr) << "another thread doesn't see this pair";
   EndSeparationMap();
-  EXPECT_EQ(SampleSeparationMap(tagData, ahead, nullptr), 1.0);
+  EXPECT_EQ(OpenSeparationMap(), nullptr);
   ChannelData cd;
   EXPECT_EQ(quarter->Sample(&cd), Vector()) << "EndSeparationMap closed the shader";
 }
@@ -448,7 +437,7 @@ TEST_F(StereoRayTest, StereoRaysAllocateNothing)
 {
   Panorama(129, 65);
   camera->SetMg(MatrixMove(Vector(0, 150, 0)) * MatrixRotY(0.4));
-  vp->zeroParallaxDistance = 500;
+  vp->settings.zeroParallaxDistance = 500;
   BaseShader* picture = LinkMap(Xbitmap);
   picture->GetDataInstance()->SetFilename(BITMAPSHADER_FILENAME, Filename(WriteGreyPicture(191).c_str()));
   BaseShader* gradient = BaseShader::Alloc(Xgradient);
@@ -461,10 +450,10 @@ TEST_F(StereoRayTest, StereoRaysAllocateNothing)
   {
     tagData->SetLink(ORLIXTAG_SEPARATION_MAP, map);
     ASSERT_TRUE(vp->OpenSeparationClone(doc));
-    maps += vp->separationShader != nullptr;
+    maps += vp->separationMap.shader != nullptr;
     for (Int32 model = 0; model < 4; ++model)
     {
-      vp->eyeModel = model;
+      vp->settings.eyeModel = static_cast<EyeModel>(model);
       UseEye(model % 2 ? kHalf : -kHalf);
       const long rays = ThreadAllocationCount();
       for (int y = 0; y < 65; y += 4)

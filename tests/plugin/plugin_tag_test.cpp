@@ -80,14 +80,6 @@ TEST_F(TagTest, TagWithoutAnyDocumentIsNotMade)
   EXPECT_EQ(BaseTag::Alloc(OrlixTag::ID), nullptr);
 }
 
-TEST_F(TagTest, StereoSwitchIsReadFromTheTagsDocument)
-{
-  auto* tagData = static_cast<OrlixTag*>(AddTaggedCamera("Cam")->GetTag(OrlixTag::ID)->GetNodeData());
-  EXPECT_FALSE(tagData->IsStereoRender(nullptr));
-  doc->GetActiveRenderData()->GetDataInstance()->SetBool(RDATA_STEREO, true);
-  EXPECT_TRUE(tagData->IsStereoRender(nullptr));
-}
-
 TEST_F(TagTest, MissingResFolderCostsEightLinesNotTheTag)
 {
   host::SetPluginFolder(Filename("/nonexistent/OrlixCam"));

@@ -7,8 +7,9 @@
 int main()
 {
   const Int32 width = 1024, height = 512;
-  const struct { const char* name; int mode; Float fov; } lenses[] = {
-    {"dome 180", 0, PI}, {"panorama 360", 1, PI2}, {"cylindrical 360", 2, PI2}, {"cubemap front", 3, PI2},
+  const struct { const char* name; LensKind kind; Float fov; } lenses[] = {
+    {"dome 180", LensKind::Dome, PI}, {"panorama 360", LensKind::Panorama, PI2},
+    {"cylindrical 360", LensKind::Cylindrical, PI2}, {"cubemap front", LensKind::Cubemap, PI2},
   };
   const Float pixels[][2] = {{0, 0}, {256, 128}, {511.5, 255.5}, {768, 256}, {1023, 511}};
 
@@ -20,18 +21,15 @@ int main()
   UpdateArea(vp->activeArea);
   vp->pixelStep = PixelStep(vp->activeArea);
   vp->bleedPixels = 10;
-  vp->cylinderHeight = 100.0;
+  vp->settings.cylinderHeight = 100.0;
   vp->currentFace.channelIndex = 5;
 
   std::printf("Camera at the origin looking along +Z; frame %d x %d pixels.\n", width, height);
   for (const auto& lens : lenses)
   {
-    vp->isDome = lens.mode == 0;
-    vp->isPanorama = lens.mode == 1;
-    vp->isCylindrical = lens.mode == 2;
-    vp->isCubemap = lens.mode == 3;
-    vp->fov = lens.fov;
-    UpdateSpans(*vp);
+    vp->settings.lens = lens.kind;
+    vp->settings.fov = lens.fov;
+    UpdateSpans(vp->settings);
     std::printf("\n%s\n", lens.name);
     for (const auto& px : pixels)
     {

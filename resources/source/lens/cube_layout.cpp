@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "lens_projection.h"
+#include "lens_area.h"
 
 namespace
 {
@@ -16,7 +16,7 @@ void Place(LensChannel* grid, Int32 column, Int32 row, Int32 face, Int32 rotatio
   cell.rotation = rotation;
 }
 
-// (column, row) of each slot in the strip and block layouts 2 to 5.
+// (column, row) of each slot in the strip and block layouts, from the horizontal strip on.
 const Int32 kSlotCells[4][6][2] = {
   {{0, 0}, {1, 0}, {2, 0}, {3, 0}, {4, 0}, {5, 0}},
   {{0, 0}, {1, 0}, {2, 0}, {0, 1}, {1, 1}, {2, 1}},
@@ -31,17 +31,17 @@ void BuildCubeGrid(const CubeLayoutSettings& settings, LensChannel* grid, Vector
   gridSize = Vector();
   for (Int32 i = 0; i < kGridCells; ++i)
     grid[i] = LensChannel();
-  const Int32 layout = settings.layout;
-  if (layout < 0 || layout > 6)
+  const Int32 layout = static_cast<Int32>(settings.layout);
+  if (layout < 0 || layout > static_cast<Int32>(CubeLayout::Single))
     return;
   gridSize = Vector(kGridSizes[layout][0], kGridSizes[layout][1], 0.0);
 
   // A negative turn has no meaning; it is held to the band's first position rather than
   // indexing outside the grid.
   const Int32 t = settings.turn < 0 ? 0 : settings.turn % 4;
-  switch (layout)
+  switch (settings.layout)
   {
-    case 0: // horizontal cross
+    case CubeLayout::CrossHorizontal:
       Place(grid, t, 0, kUp);
       Place(grid, t, 1, kFront);
       Place(grid, (t + 1) % 4, 1, kRight);
@@ -49,7 +49,7 @@ void BuildCubeGrid(const CubeLayoutSettings& settings, LensChannel* grid, Vector
       Place(grid, (t + 3) % 4, 1, kLeft);
       Place(grid, t, 2, kDown);
       break;
-    case 1: // vertical cross; the face behind front stands on its head
+    case CubeLayout::CrossVertical: // the face behind front stands on its head
       Place(grid, 0, t, kLeft);
       Place(grid, 1, t, kFront);
       Place(grid, 1, (t + 1) % 4, kDown);
@@ -57,13 +57,13 @@ void BuildCubeGrid(const CubeLayoutSettings& settings, LensChannel* grid, Vector
       Place(grid, 1, (t + 3) % 4, kUp);
       Place(grid, 2, t, kRight);
       break;
-    case 6:
+    case CubeLayout::Single:
       if (settings.face >= 0 && settings.face <= 5)
         Place(grid, 0, 0, settings.face);
       break;
     default:
       for (Int32 slot = 0; slot < 6; ++slot)
-        Place(grid, kSlotCells[layout - 2][slot][0], kSlotCells[layout - 2][slot][1], settings.slots[slot]);
+        Place(grid, kSlotCells[layout - static_cast<Int32>(CubeLayout::StripHorizontal)][slot][0], kSlotCells[layout - static_cast<Int32>(CubeLayout::StripHorizontal)][slot][1], settings.slots[slot]);
       break;
   }
 }

@@ -3,15 +3,6 @@
 
 #include "lens_state.h"
 
-/// The cube settings of the video post, read once.
-struct CubeLayoutSettings
-{
-  Int32 layout = 0;                     ///< 0..6; anything else leaves the grid empty
-  Int32 turn = 1;                       ///< where the band of four faces begins (layouts 0 and 1)
-  Int32 slots[6] = {1, 0, 3, 2, 5, 4};  ///< face of each slot (layouts 2 to 5)
-  Int32 face = 5;                       ///< the one face of layout 6
-};
-
 constexpr Int32 kGridCells = 36;
 
 /// The cell of `grid` at column c and row r: columns are the outer step.
@@ -21,7 +12,7 @@ inline LensChannel& GridCell(LensChannel* grid, Int32 column, Int32 row)
 }
 
 /// Fills the 6 × 6 `grid` and `gridSize` (columns, rows, 0) for the layout. Every cell starts as a
-/// default channel; a layout outside 0..6 leaves the grid empty and `gridSize` zero.
+/// default channel; a layout outside the enumerators leaves the grid empty and `gridSize` zero.
 void BuildCubeGrid(const CubeLayoutSettings& settings, LensChannel* grid, Vector& gridSize);
 
 /// Turns the filled cells of `grid` into face channels, row by row and left to right in each row,

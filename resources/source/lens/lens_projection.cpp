@@ -1,8 +1,7 @@
-// Pixel to direction: the lens formulas and the helpers all lens code shares.
+// The lens formulas: each projection beside its inverse, and pixel to direction.
 #include "lens_projection.h"
 
 #include <cmath>
-#include <limits>
 
 namespace
 {
@@ -10,19 +9,10 @@ namespace
 // about 6.1e-17 and not 0, so results match a host that builds it from cos and sin.
 const Matrix kTurnUp = MatrixRotX(PI05);
 
-constexpr Float kRangeEpsilon = 1.1920928955078125e-7; // FLT_EPSILON
+// Its inverse, the general rotation too.
+const Matrix kTurnDown = MatrixRotX(-PI05);
 
-// Truncation toward zero that stays defined for NaN and values beyond the Int32 range.
-Int32 TruncateToInt32(Float v)
-{
-  if (!(v == v))
-    return 0;
-  if (v >= static_cast<Float>(std::numeric_limits<Int32>::max()))
-    return std::numeric_limits<Int32>::max();
-  if (v <= static_cast<Float>(std::numeric_limits<Int32>::min()))
-    return std::numeric_limits<Int32>::min();
-  return static_cast<Int32>(v);
-}
+constexpr Float kRangeEpsilon = 1.1920928955078125e-7; // FLT_EPSILON
 
 Vector CubeFacePoint(Int32 face, Float u, Float v)
 {
@@ -66,30 +56,11 @@ Float WrapAngle(Float angle)
   return angle;
 }
 
-void UpdateArea(LensArea& area)
+void UpdateSpans(LensSettings& settings)
 {
-  area.width = TruncateToInt32(area.end.x - area.start.x + 1.0);
-  area.height = TruncateToInt32(area.end.y - area.start.y + 1.0);
-  area.diameter = area.width < area.height ? area.width : area.height;
-  area.size = Vector(static_cast<Float>(area.width), static_cast<Float>(area.height), 0.0);
-  const Float halfW = static_cast<Float32>(area.width) * 0.5f;
-  const Float halfH = static_cast<Float32>(area.height) * 0.5f;
-  area.center = Vector(halfW + area.start.x - 0.5, halfH + area.start.y - 0.5, 0.0);
-  area.radius = static_cast<Float32>(area.diameter) * 0.5f;
-  area.aspect = area.height != 0 ? static_cast<Float>(area.width) / static_cast<Float>(area.height) : 0.0;
-}
-
-void UpdateSpans(LensState& state)
-{
-  const Float m = MapRange(state.fov, 0.0, PI2, 0.0, 1.0, false);
-  state.spanStart = (1.0 - m) * 0.5;
-  state.spanEnd = state.spanStart + m;
-}
-
-Vector PixelStep(const LensArea& area)
-{
-  return Vector(static_cast<Float>(1.0f / static_cast<Float32>(area.width)),
-                static_cast<Float>(1.0f / static_cast<Float32>(area.height)), 0.0);
+  const Float m = MapRange(settings.fov, 0.0, PI2, 0.0, 1.0, false);
+  settings.spanStart = (1.0 - m) * 0.5;
+  settings.spanEnd = settings.spanStart + m;
 }
 
 Vector RotateFlipUV(const LensChannel& channel, const Vector& uv)
@@ -122,6 +93,15 @@ Vector DomeDirection(Float u, Float v, Float fov, Bool clip)
   return Vector(std::cos(phi) * sinTheta, std::sin(phi) * sinTheta, std::cos(theta));
 }
 
+Vector DirectionToDome(const Vector& p, Float fov)
+{
+  const Float phi = std::atan2(p.y, p.x);
+  const Float theta = std::atan2(std::sqrt(p.y * p.y + p.x * p.x), p.z);
+  // The axis itself maps to the centre for every field, even a field of 0.
+  const Float k = theta == 0.0 ? 0.0 : theta / (fov * 0.5);
+  return Vector((std::cos(phi) * k + 1.0) * 0.5, (std::sin(phi) * k + 1.0) * 0.5, 0.5);
+}
+
 Bool OutsideDome(Float u, Float v)
 {
   const Float x = 2.0 * u - 1.0;
@@ -137,6 +117,35 @@ Vector EquirectDirection(Float u, Float v)
   return Vector(std::cos(a) * sinTheta, -(std::sin(a) * sinTheta), std::cos(theta));
 }
 
+Vector DirectionToEquirect(const Vector& p)
+{
+  // atan2 of (x, y), not (y, x): this puts u a quarter of the image on from EquirectDirection.
+  const Float a = std::atan2(p.x, p.y) / PI2 - 0.25;
+  // A z a rounding step beyond ±1 stays on the pole instead of failing acos.
+  const Float theta = p.z >= 1.0 ? 0.0 : (p.z <= -1.0 ? PI : std::acos(p.z));
+  Float u = 1.0 - a;
+  if (u > 1.0)
+    u -= 1.0;
+  return Vector(u, theta / PI, 0.0);
+}
+
+Vector UndoLensTurn(const Vector& direction)
+{
+  return kTurnDown.TransformVector(direction);
+}
+
+Matrix UndoLensTurn(const Matrix& frame)
+{
+  return frame * kTurnDown;
+}
+
+Bool LensTurnsUp(const LensSettings& settings)
+{
+  if (settings.lens == LensKind::Dome)
+    return settings.isStereo && settings.domeZenith;
+  return settings.lens == LensKind::Panorama || settings.lens == LensKind::Cylindrical || settings.lens == LensKind::Cubemap;
+}
+
 Vector PixelToDirection(const LensState& state, Vector& uv)
 {
   // Bleed: a few pixels beyond the image still get rays; a position exactly on a limit passes.
@@ -148,10 +157,10 @@ Vector PixelToDirection(const LensState& state, Vector& uv)
   Vector p = uv;
 
   // Stereo shift: the eyes' pictures move apart by half the shift each; the seam is crossed once.
-  if (state.stereoPixelShift != 0 && state.isStereo)
+  if (state.settings.pixelShift != 0 && state.settings.isStereo)
   {
     const Float k = state.currentEye.channelIndex != 0 ? 0.5 : -0.5;
-    p.x = state.stereoPixelShift * k * state.pixelStep.x + p.x;
+    p.x = state.settings.pixelShift * k * state.pixelStep.x + p.x;
     if (p.x < 0.0)
       p.x += 1.0;
     else if (p.x > 1.0)
@@ -161,41 +170,47 @@ Vector PixelToDirection(const LensState& state, Vector& uv)
   p = RotateFlipUV(state.currentFace, p);
   p = RotateFlipUV(state.currentEye, p);
 
+  const LensSettings& lens = state.settings;
   Vector d;
-  if (state.isDome)
+  switch (lens.lens)
   {
-    d = DomeDirection(p.x, p.y, state.fov, state.maskMode != 2);
-    if (state.isStereo && state.domeZenithStereo)
-      d = kTurnUp.TransformVector(d);
-  }
-  else if (state.isPanorama)
-  {
-    if (state.panoramaCustomField)
-    {
-      p.x = MapRange(p.x, 0.0, 1.0, state.spanStart, state.spanEnd, false);
-      p.y = 1.0 - MapRange(1.0 - p.y, 0.0, 1.0, state.verticalStart, state.verticalEnd, false);
-    }
-    d = kTurnUp.TransformVector(EquirectDirection(p.x, p.y));
-  }
-  else if (state.isCylindrical)
-  {
-    if (state.cylinderAxisTurned)
-    {
-      // Doubled span: EquirectDirection covers only half a turn from v = 0 to v = 1.
-      p.y = MapRange(p.y, 0.0, 1.0, 2.0 * state.spanStart, 2.0 * state.spanEnd, false) - 0.5;
-      d = kTurnUp.TransformVector(EquirectDirection(0.5, p.y));
-    }
-    else
-    {
-      p.x = MapRange(p.x, 0.0, 1.0, state.spanStart, state.spanEnd, false);
-      d = kTurnUp.TransformVector(EquirectDirection(p.x, 0.5));
-    }
-  }
-  else if (state.isCubemap)
-  {
-    d = kTurnUp.TransformVector(CubeFacePoint(state.currentFace.channelIndex, p.x, p.y).GetNormalized());
+    case LensKind::Dome:
+      d = DomeDirection(p.x, p.y, lens.fov, lens.maskMode != MaskMode::None);
+      break;
+    case LensKind::Panorama:
+      if (lens.panoramaCustomField)
+      {
+        p.x = MapRange(p.x, 0.0, 1.0, lens.spanStart, lens.spanEnd, false);
+        p.y = 1.0 - MapRange(1.0 - p.y, 0.0, 1.0, lens.verticalStart, lens.verticalEnd, false);
+      }
+      d = EquirectDirection(p.x, p.y);
+      break;
+    case LensKind::Cylindrical:
+      if (lens.cylinderAxisTurned)
+      {
+        // Doubled span: EquirectDirection covers only half a turn from v = 0 to v = 1.
+        p.y = MapRange(p.y, 0.0, 1.0, 2.0 * lens.spanStart, 2.0 * lens.spanEnd, false) - 0.5;
+        d = EquirectDirection(0.5, p.y);
+      }
+      else
+      {
+        p.x = MapRange(p.x, 0.0, 1.0, lens.spanStart, lens.spanEnd, false);
+        d = EquirectDirection(p.x, 0.5);
+      }
+      break;
+    case LensKind::Cubemap:
+      d = CubeFacePoint(state.currentFace.channelIndex, p.x, p.y).GetNormalized();
+      break;
   }
 
   uv = p;
-  return d;
+  return LensTurnsUp(lens) ? kTurnUp.TransformVector(d) : d;
+}
+
+Vector SeparationMapPosition(const Vector& direction, Bool domeZenith, Float domeFov)
+{
+  // A dome without the zenith setting had no quarter turn, and is turned all the same: its map
+  // is looked up as a sphere.
+  const Vector p = UndoLensTurn(direction);
+  return domeZenith ? DirectionToDome(p, domeFov) : DirectionToEquirect(p);
 }

@@ -4,7 +4,7 @@
 #include "c4d_container.h"
 #include "c4d_shader.h"
 #include "description/OrlixTag.h"
-#include "lens_stereo.h"
+#include "lens_projection.h"
 
 namespace
 {
@@ -35,16 +35,12 @@ BaseShader* OpenSeparationMap()
   return t_openShader;
 }
 
-Float SampleSeparationMap(const BaseContainer* tagData, const Vector& direction, BaseShader* shader)
+Float SampleSeparationMap(const SeparationMapLookup& map, const Vector& direction)
 {
-  if (!shader)
-    shader = t_openShader;
-  if (!tagData || !tagData->GetBool(ORLIXTAG_SEPARATION_MAP_ON) || !shader)
+  if (!map.shader)
     return 1.0;
-
-  const Bool domeZenith = tagData->GetInt32(ORLIXTAG_LENS) == 1 && tagData->GetInt32(ORLIXTAG_DOME_ZENITH) == 1;
   ChannelData cd;
-  cd.p = SeparationMapPosition(direction, domeZenith, tagData->GetFloat(ORLIXTAG_DOME_FOV));
+  cd.p = SeparationMapPosition(direction, map.domeZenith, map.domeFov);
   cd.n = Vector(0.0, 1.0, 0.0);
   cd.d = Vector(1.0, 1.0, 1.0);
   cd.t = 0.0;
@@ -52,7 +48,7 @@ Float SampleSeparationMap(const BaseContainer* tagData, const Vector& direction,
   cd.vd = nullptr;
   cd.off = 0.0;
   cd.scale = 0.0;
-  return shader->Sample(&cd).x;
+  return map.shader->Sample(&cd).x;
 }
 
 BaseShader* OpenSeparationMapClone(const BaseContainer* tagData, BaseDocument* document, Bool& failed)

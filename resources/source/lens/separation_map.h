@@ -9,8 +9,7 @@ class BaseContainer;
 class BaseDocument;
 class BaseShader;
 
-/// Opens the shader that `tagData` links as its separation map for `document`, for the
-/// SampleSeparationMap calls with no shader that follow on this thread. Nothing is open after it
+/// Opens the shader that `tagData` links as its separation map for `document`, on this thread. Nothing is open after it
 /// when the link is empty or the shader fails to open. Closed by EndSeparationMap.
 void BeginSeparationMap(const BaseContainer* tagData, BaseDocument* document);
 
@@ -20,10 +19,17 @@ void EndSeparationMap();
 /// The shader BeginSeparationMap opened on this thread, or null.
 BaseShader* OpenSeparationMap();
 
+/// What the rays need of the separation map, made when a render starts.
+struct SeparationMapLookup
+{
+  BaseShader* shader = nullptr; ///< opened; null: full separation everywhere
+  Bool domeZenith = false;      ///< the map lies over the dome's picture, else over a sphere's
+  Float domeFov = 0.0;          ///< the dome's field in radians, with domeZenith
+};
+
 /// The eye separation strength for a lens-space `direction`: the first colour component of the
-/// map there, unclamped; 1.0 with the map switched off in `tagData` or without a shader. A null
-/// `shader` takes the one opened by BeginSeparationMap. Safe on several threads at once.
-Float SampleSeparationMap(const BaseContainer* tagData, const Vector& direction, BaseShader* shader);
+/// map there, unclamped; 1.0 without a shader. Safe on several threads at once.
+Float SampleSeparationMap(const SeparationMapLookup& map, const Vector& direction);
 
 /// A render's own copy of the tag's separation map, opened for `document`: the map is opened,
 /// copied and closed again, and the copy opened on its own. Null when the tag links no map or

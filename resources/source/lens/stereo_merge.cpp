@@ -65,27 +65,28 @@ void EyeRow(const MergePlan& plan, Int32 eye, Float y, Int32 width, MergeRows& r
 }
 } // namespace
 
-void AnaglyphPixel(const Float32* a, const Float32* b, Int32 method, Int32 colours, Float gamma, Float32* out)
+void AnaglyphPixel(const Float32* a, const Float32* b, AnaglyphMethod method, AnaglyphColours colours, Float gamma,
+                   Float32* out)
 {
   Float r = 0.0, g = 0.0, bl = 0.0;
-  if (method == 0)
+  if (method == AnaglyphMethod::Matrix)
   {
     switch (colours)
     {
-      case 1: r = a[0]; g = b[1]; bl = b[2]; break;
-      case 2: r = Lum(a); g = b[1]; bl = b[2]; break;
-      case 3:
+      case AnaglyphColours::Full: r = a[0]; g = b[1]; bl = b[2]; break;
+      case AnaglyphColours::Half: r = Lum(a); g = b[1]; bl = b[2]; break;
+      case AnaglyphColours::Optimised:
         r = 0.7 * a[1] + 0.3 * a[2];
         g = b[1];
         bl = b[2];
         if (gamma > 1.0)
           r = std::pow(r, 1.0 / gamma);
         break;
-      case 4: r = Lum(a); g = Lum(b); bl = Lum(b); break;
+      case AnaglyphColours::Grey: r = Lum(a); g = Lum(b); bl = Lum(b); break;
       default: r = Lum(a); g = 0.0; bl = Lum(b); break;
     }
   }
-  else if (method == 1)
+  else if (method == AnaglyphMethod::Simple)
   {
     r = a[0];
     g = b[1];
@@ -112,7 +113,7 @@ void MergeRow(const MergePlan& plan, Int32 y, MergeRows& rows)
   }
   EyeRow(plan, 1, fy, width, rows, second);
 
-  if (plan.pair)
+  if (plan.stereoMode == StereoMode::Pair)
   {
     std::memset(out, 0, rowBytes);
     // Eye 1 first, so that eye 0 wins where the two areas overlap.
@@ -123,14 +124,14 @@ void MergeRow(const MergePlan& plan, Int32 y, MergeRows& rows)
       std::memcpy(out + x0 * 3, first + x0 * 3, static_cast<size_t>(x1 - x0 + 1) * 3u * sizeof(Float32));
     return;
   }
-  if (plan.interlaced)
+  if (plan.stereoMode == StereoMode::Interlaced)
   {
     for (Int32 x = 0; x < width; ++x)
     {
       bool useSecond;
-      if (plan.interlaceMode == 1)
+      if (plan.interlaceMode == InterlaceMode::Columns)
         useSecond = (x & 1) != 0;
-      else if (plan.interlaceMode == 2)
+      else if (plan.interlaceMode == InterlaceMode::Checkerboard)
         useSecond = ((x + y) & 1) != 0;
       else
         useSecond = (y & 1) != 0;
@@ -138,7 +139,7 @@ void MergeRow(const MergePlan& plan, Int32 y, MergeRows& rows)
     }
     return;
   }
-  if (plan.anaglyph)
+  if (plan.stereoMode == StereoMode::Anaglyph)
   {
     const LensArea& a = plan.activeArea;
     const Float du = a.width - 1.0, dv = a.height - 1.0;

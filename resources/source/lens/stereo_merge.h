@@ -13,13 +13,11 @@ struct MergePlan
   const LensChannel* eyes = nullptr;  ///< eyeCount entries; each eye's area start places its faces
   LensArea activeArea;                ///< for the dome's circle in anaglyph
   Bool isDome = false;
-  Bool anaglyph = false;
-  Bool pair = false;
-  Bool interlaced = false;
-  Int32 anaglyphMethod = 0;
-  Int32 anaglyphColours = 3;
+  StereoMode stereoMode = StereoMode::Anaglyph;
+  AnaglyphMethod anaglyphMethod = AnaglyphMethod::Matrix;
+  AnaglyphColours anaglyphColours = AnaglyphColours::Optimised;
   Float anaglyphGamma = 1.0;
-  Int32 interlaceMode = 0;
+  InterlaceMode interlaceMode = InterlaceMode::Rows;
 };
 
 /// Scratch rows of one frame's merge: one allocation for the whole frame.
@@ -44,4 +42,5 @@ private:
 void MergeRow(const MergePlan& plan, Int32 y, MergeRows& rows);
 
 /// The anaglyph colour of a pixel from the two eyes' colours, by method and colour set.
-void AnaglyphPixel(const Float32* first, const Float32* second, Int32 method, Int32 colours, Float gamma, Float32* out);
+void AnaglyphPixel(const Float32* first, const Float32* second, AnaglyphMethod method, AnaglyphColours colours, Float gamma,
+                   Float32* out);
