@@ -55,48 +55,33 @@ TEST(LensHelpers, WrapAngleStepsIntoOneTurn)
   EXPECT_EQ(WrapAngle(std::numeric_limits<double>::infinity()), 0.0);
 }
 
-TEST(LensHelpers, UpdateAreaCentreRadiusAndEmptyHeight)
+TEST(LensHelpers, AreaValuesFromCornersInFramePixelsAndSinglePrecisionHalves)
 {
-  LensArea a;
-  a.end = Vector(1919, 1079, 0);
-  UpdateArea(a);
-  EXPECT_EQ(a.width, 1920);
-  EXPECT_EQ(a.center, Vector(959.5, 539.5, 0));
-  EXPECT_EQ(a.diameter, 1080);
-  EXPECT_EQ(a.radius, 540.0);
-  EXPECT_DOUBLE_EQ(a.aspect, 1920.0 / 1080.0);
-
-  LensArea moved;
-  moved.start = Vector(100, 50, 0);
-  moved.end = Vector(300, 150, 0);
-  UpdateArea(moved);
-  EXPECT_EQ(moved.center, Vector(200, 100, 0)) << "the centre is in frame pixels, not area pixels";
-
-  LensArea flat;
-  flat.start = Vector(0, 10, 0);
-  flat.end = Vector(9, 9, 0);
-  UpdateArea(flat);
-  EXPECT_EQ(flat.height, 0);
-  EXPECT_EQ(flat.aspect, 0.0);
-}
-
-TEST(LensHelpers, AreaHalvesAndPixelStepAreSinglePrecision)
-{
-  // 2^24 + 1 pixels is the first width a float can't hold: the half comes out of 2^24.
-  LensArea a;
-  a.end = Vector(16777216, 16777216, 0);
-  UpdateArea(a);
-  EXPECT_EQ(a.width, 16777217);
-  EXPECT_EQ(a.center.x, 8388607.5);
-  EXPECT_EQ(a.radius, 8388608.0);
-
+  const struct { const char* what; Vector start, end; Int32 width, height, diameter; Vector center; double radius, aspect; } rows[] = {
+    {"full HD", {0, 0, 0}, {1919, 1079, 0}, 1920, 1080, 1080, {959.5, 539.5, 0}, 540, 1920.0 / 1080.0},
+    {"moved: centre in frame pixels", {100, 50, 0}, {300, 150, 0}, 201, 101, 101, {200, 100, 0}, 50.5, 201.0 / 101.0},
+    {"no height: aspect 0", {0, 10, 0}, {9, 9, 0}, 10, 0, 0, {4.5, 9.5, 0}, 0, 0},
+    // 2^24 + 1 pixels is the first width a float can't hold: the half comes out of 2^24.
+    {"2^24 + 1", {0, 0, 0}, {16777216, 16777216, 0}, 16777217, 16777217, 16777217, {8388607.5, 8388607.5, 0}, 8388608, 1},
+  };
+  for (const auto& r : rows)
+  {
+    LensArea a;
+    a.start = r.start;
+    a.end = r.end;
+    UpdateArea(a);
+    EXPECT_EQ(a.width, r.width) << r.what;
+    EXPECT_EQ(a.height, r.height) << r.what;
+    EXPECT_EQ(a.diameter, r.diameter) << r.what;
+    EXPECT_EQ(a.center, r.center) << r.what;
+    EXPECT_EQ(a.radius, r.radius) << r.what;
+    EXPECT_DOUBLE_EQ(a.aspect, r.aspect) << r.what;
+  }
   LensArea small;
   small.end = Vector(2, 999, 0);
   UpdateArea(small);
-  const Vector step = PixelStep(small);
-  EXPECT_EQ(step.x, static_cast<double>(1.0f / 3.0f));
-  EXPECT_NE(step.x, 1.0 / 3.0);
-  EXPECT_EQ(step.y, static_cast<double>(1.0f / 1000.0f));
+  EXPECT_EQ(PixelStep(small), Vector(static_cast<double>(1.0f / 3.0f), static_cast<double>(1.0f / 1000.0f), 0))
+    << "reciprocals made in 32-bit float";
 }
 
 TEST(LensHelpers, RotateFlipFlipsBeforeTurning)
