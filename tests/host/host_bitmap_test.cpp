@@ -62,7 +62,6 @@ TEST(HostBitmap, BadFilesFailAndLeaveTheBitmapEmpty)
   EXPECT_EQ(b.bmp->Init(-5, 10), IMAGERESULT_WRONGTYPE);
 }
 
-
 namespace
 {
 std::vector<Float32> ReadArgb(const BaseBitmap& b, Int32 x, Int32 y)
@@ -83,8 +82,6 @@ TEST(HostBitmap, EightBitPicturesRoundAndClampWhileFloatPicturesKeepEveryValue)
   Bitmap byte, fp;
   ASSERT_EQ(byte.bmp->Init(3, 2, 32), IMAGERESULT_OK);
   ASSERT_EQ(fp.bmp->Init(3, 2, 128), IMAGERESULT_OK);
-  EXPECT_FALSE(byte.bmp->IsFloat());
-  EXPECT_TRUE(fp.bmp->IsFloat());
   ASSERT_NE(byte.bmp->AddChannel(true, false), nullptr);
   ASSERT_NE(fp.bmp->AddChannel(true, false), nullptr);
   const std::vector<Float32> value = {0.5f, 1.7f, -0.2f, 100.6f / 255.0f};
@@ -92,11 +89,8 @@ TEST(HostBitmap, EightBitPicturesRoundAndClampWhileFloatPicturesKeepEveryValue)
   WriteArgb(*fp.bmp, 1, 1, value);
 
   EXPECT_EQ(ReadArgb(*fp.bmp, 1, 1), value) << "a render's values above 1 and below 0 survive";
-  const std::vector<Float32> stored = ReadArgb(*byte.bmp, 1, 1);
-  EXPECT_FLOAT_EQ(stored[0], 128.0f / 255.0f) << "0.5 is 127.5 steps: rounds up";
-  EXPECT_FLOAT_EQ(stored[1], 1.0f);
-  EXPECT_FLOAT_EQ(stored[2], 0.0f);
-  EXPECT_FLOAT_EQ(stored[3], 101.0f / 255.0f);
+  EXPECT_EQ(ReadArgb(*byte.bmp, 1, 1), std::vector<Float32>({128.0f / 255.0f, 1.0f, 0.0f, 101.0f / 255.0f}))
+    << "0.5 is 127.5 steps: rounds up";
   UInt16 r = 0, g = 0, b = 0, a = 0;
   byte.bmp->GetPixel(1, 1, &r, &g, &b);
   byte.bmp->GetAlphaPixel(byte.bmp->GetInternalChannel(), 1, 1, &a);
@@ -105,62 +99,52 @@ TEST(HostBitmap, EightBitPicturesRoundAndClampWhileFloatPicturesKeepEveryValue)
   EXPECT_EQ(std::vector<UInt16>({r, g, b}), std::vector<UInt16>({255, 0, 101})) << "the float picture clamps only when asked for bytes";
 
   // Bytes set by SetPixel read back as they were, in either depth.
-  byte.bmp->SetPixel(2, 0, 7, 200, 255);
-  fp.bmp->SetPixel(2, 0, 7, 200, 255);
   for (BaseBitmap* p : {byte.bmp, fp.bmp})
   {
+    p->SetPixel(2, 0, 7, 200, 255);
     p->GetPixel(2, 0, &r, &g, &b);
     EXPECT_EQ(std::vector<UInt16>({r, g, b}), std::vector<UInt16>({7, 200, 255}));
   }
 }
 
-TEST(HostBitmap, CopiesKeepTheDepthAndFilesChooseIt)
+TEST(HostBitmap, FilesChooseTheDepthAndAlphaThatCopiesAndClonesKeep)
 {
-  Bitmap fp, byte;
-  ASSERT_EQ(fp.bmp->Init(2, 2, 96), IMAGERESULT_OK);
-  WriteArgb(*fp.bmp, 0, 1, {1.0f, 3.5f, 0.25f, -1.0f});
-  BaseBitmap* clone = fp.bmp->GetClone();
-  ASSERT_NE(clone, nullptr);
-  EXPECT_TRUE(clone->IsFloat());
-  EXPECT_FLOAT_EQ(ReadArgb(*clone, 0, 1)[1], 3.5f);
-  BaseBitmap::Free(clone);
-
-  ASSERT_EQ(byte.bmp->Init(5, 5, 24), IMAGERESULT_OK);
-  ASSERT_TRUE(fp.bmp->CopyTo(byte.bmp));
-  EXPECT_TRUE(byte.bmp->IsFloat()) << "the copy takes the source's depth, not its own";
-  EXPECT_EQ(byte.bmp->GetBw(), 2);
-  EXPECT_FLOAT_EQ(ReadArgb(*byte.bmp, 0, 1)[3], -1.0f);
+  // Pictures stored as bytes (OpenEXR makes them half floats); odd pixels are white, alpha is a half.
+  const struct
+  {
+    const char* file;
+    int channels;
+    Bool isFloat, alpha;
+  } rows[] = {{"orlix_rgb.png", 3, false, false}, {"orlix_grey.png", 1, false, false}, {"orlix_rgba.tif", 4, false, true}, {"orlix_rgba.exr", 4, true, true}};
+  for (const auto& row : rows)
+  {
+    SCOPED_TRACE(std::string("case ") + row.file);
+    Bitmap file, copy;
+    ASSERT_EQ(file.bmp->Init(Filename(WritePicture(row.file, 5, 3, row.channels).c_str())), IMAGERESULT_OK);
+    EXPECT_FLOAT_EQ(ReadArgb(*file.bmp, 1, 0)[1], 1.0f);
+    EXPECT_NEAR(row.alpha ? ReadArgb(*file.bmp, 0, 0)[0] : 0.5f, 0.5f, 0.5f / 255.0f);
+    // Values beyond 0..1 survive copies of a float picture; an 8-bit one rounds and clamps them.
+    WriteArgb(*file.bmp, 0, 1, {1.0f, 3.5f, 0.25f, -1.0f});
+    ASSERT_EQ(copy.bmp->Init(2, 2, row.isFloat ? 24 : 96), IMAGERESULT_OK);
+    ASSERT_TRUE(file.bmp->CopyTo(copy.bmp)) << "the copy takes the source's depth, not its own";
+    BaseBitmap* clone = file.bmp->GetClone();
+    ASSERT_NE(clone, nullptr);
+    for (const BaseBitmap* b : {file.bmp, copy.bmp, clone})
+    {
+      EXPECT_EQ(std::vector<Int32>({b->GetBw(), b->GetBh(), b->IsFloat(), b->HasAlpha()}), std::vector<Int32>({5, 3, row.isFloat, row.alpha}));
+      const std::vector<Float32> px = ReadArgb(*b, 0, 1);
+      EXPECT_EQ(std::vector<Float32>(px.begin() + 1, px.end()),
+                row.isFloat ? std::vector<Float32>({3.5f, 0.25f, -1.0f}) : std::vector<Float32>({1.0f, 64.0f / 255.0f, 0.0f}));
+    }
+    BaseBitmap::Free(clone);
+  }
 
   // Scaling a float picture into an 8-bit one stores bytes.
-  Bitmap small;
-  ASSERT_EQ(small.bmp->Init(1, 1, 24), IMAGERESULT_OK);
-  Bitmap flat;
+  Bitmap flat, small;
   ASSERT_EQ(flat.bmp->Init(2, 2, 96), IMAGERESULT_OK);
-  for (Int32 y = 0; y < 2; ++y)
-    for (Int32 x = 0; x < 2; ++x)
-      WriteArgb(*flat.bmp, x, y, {1.0f, 2.0f, 0.3f, -0.5f});
+  ASSERT_EQ(small.bmp->Init(1, 1, 24), IMAGERESULT_OK);
+  for (Int32 i = 0; i < 4; ++i)
+    WriteArgb(*flat.bmp, i % 2, i / 2, {1.0f, 2.0f, 0.3f, -0.5f});
   flat.bmp->ScaleBicubic(small.bmp, 0, 0, 1, 1, 0, 0, 0, 0);
-  const std::vector<Float32> scaled = ReadArgb(*small.bmp, 0, 0);
-  EXPECT_FLOAT_EQ(scaled[1], 1.0f);
-  EXPECT_FLOAT_EQ(scaled[2], 77.0f / 255.0f);
-  EXPECT_FLOAT_EQ(scaled[3], 0.0f);
-
-  // An 8-bit file stays 8-bit, alpha only where the file has it; an OpenEXR file keeps floats.
-  Bitmap png, tif, grey, exr;
-  ASSERT_EQ(png.bmp->Init(Filename(WritePicture("orlix_depth.png", 5, 3, 3).c_str())), IMAGERESULT_OK);
-  EXPECT_EQ(png.bmp->GetBw(), 5);
-  EXPECT_EQ(png.bmp->GetBh(), 3);
-  EXPECT_FALSE(png.bmp->IsFloat());
-  EXPECT_FALSE(png.bmp->HasAlpha());
-  ASSERT_EQ(tif.bmp->Init(Filename(WritePicture("orlix_rgba.tif", 4, 4, 4).c_str())), IMAGERESULT_OK);
-  EXPECT_TRUE(tif.bmp->HasAlpha());
-  clone = tif.bmp->GetClone();
-  EXPECT_TRUE(clone && clone->HasAlpha()) << "a copy keeps the alpha channel";
-  BaseBitmap::Free(clone);
-  EXPECT_EQ(grey.bmp->Init(Filename(WritePicture("orlix_grey.png", 2, 2, 1).c_str())), IMAGERESULT_OK);
-  EXPECT_FLOAT_EQ(ReadArgb(*png.bmp, 1, 0)[1], 1.0f) << "odd pixels are white";
-  ASSERT_EQ(exr.bmp->Init(Filename(WritePicture("orlix_depth.exr", 2, 2, 4).c_str())), IMAGERESULT_OK);
-  EXPECT_TRUE(exr.bmp->IsFloat());
-  EXPECT_TRUE(exr.bmp->HasAlpha());
-  EXPECT_FLOAT_EQ(ReadArgb(*exr.bmp, 0, 0)[0], 0.5f);
+  EXPECT_EQ(ReadArgb(*small.bmp, 0, 0), std::vector<Float32>({1.0f, 1.0f, 77.0f / 255.0f, 0.0f}));
 }
