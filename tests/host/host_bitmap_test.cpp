@@ -1,40 +1,140 @@
-// Pictures from files: formats, alpha, and files that are missing or not pictures.
+// Pictures: bitmaps in memory, read from files (formats, depth, alpha, files that are missing or
+// not pictures), written to files (values as each format stores them, whole files or none), and
+// the render's picture look-ups.
 #include <gtest/gtest.h>
 
 #include <OpenImageIO/imageio.h>
+#include <unistd.h>
 
+#include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "bitmap_io.h"
 #include "c4d.h"
+#include "render/render_picture.h"
 
 namespace
 {
-std::string WritePicture(const std::string& name, int w, int h, int channels)
-{
-  const std::string path = ::testing::TempDir() + name;
-  std::vector<float> pixels(static_cast<size_t>(w * h * channels));
-  for (int i = 0; i < w * h; ++i)
-    for (int c = 0; c < channels; ++c)
-      pixels[static_cast<size_t>(i * channels + c)] = c == channels - 1 && channels == 4 ? 0.5f : (i % 2 ? 1.0f : 0.0f);
-  auto out = OIIO::ImageOutput::create(path);
-  EXPECT_TRUE(out);
-  OIIO::ImageSpec format(w, h, channels, OIIO::TypeDesc::UINT8);
-  if (channels == 4)
-    format.alpha_channel = 3;
-  EXPECT_TRUE(out->open(path, format));
-  EXPECT_TRUE(out->write_image(OIIO::TypeDesc::FLOAT, pixels.data()));
-  out->close();
-  return path;
-}
+namespace fs = std::filesystem;
+using host::render::Picture;
 
 struct Bitmap
 {
   BaseBitmap* bmp = BaseBitmap::Alloc();
   ~Bitmap() { BaseBitmap::Free(bmp); }
 };
+
+/// Writes a w × h picture of `channels` values per pixel (a fourth is alpha), each value(x, y, c),
+/// stored as `type` in the format of the name's extension; returns its path.
+std::string WritePicture(const std::string& name, int w, int h, int channels, OIIO::TypeDesc type,
+                         const std::function<float(int x, int y, int c)>& value)
+{
+  const std::string path = ::testing::TempDir() + "orlix_bitmap_" + std::to_string(getpid()) + "_" + name;
+  std::vector<float> pixels;
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x)
+      for (int c = 0; c < channels; ++c)
+        pixels.push_back(value(x, y, c));
+  OIIO::ImageSpec format(w, h, channels, type);
+  format.alpha_channel = channels == 4 ? 3 : -1;
+  auto out = OIIO::ImageOutput::create(path);
+  EXPECT_TRUE(out && out->open(path, format) && out->write_image(OIIO::TypeDesc::FLOAT, pixels.data())) << path;
+  if (out)
+    out->close();
+  return path;
+}
+
+/// Bytes with odd pixels white, even ones black, and alpha a half.
+std::string WritePicture(const std::string& name, int w, int h, int channels)
+{
+  return WritePicture(name, w, h, channels, OIIO::TypeDesc::UINT8,
+                      [&](int x, int y, int c) { return c == 3 ? 0.5f : static_cast<float>((y * w + x) % 2); });
+}
+
+std::vector<Float32> ReadArgb(const BaseBitmap& b, Int32 x, Int32 y)
+{
+  std::vector<Float32> px(4);
+  EXPECT_TRUE(b.GetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(px.data()), 16, COLORMODE_ARGBf));
+  return px;
+}
+
+void WriteArgb(BaseBitmap& b, Int32 x, Int32 y, std::vector<Float32> argb)
+{
+  EXPECT_TRUE(b.SetPixelCnt(x, y, 1, reinterpret_cast<const UChar*>(argb.data()), 16, COLORMODE_ARGBf));
+}
+/// The colour a test picture holds at (x, y): values inside 0..1 just either side of half a step,
+/// values outside it, and a NaN, so that clamping and rounding both show.
+void Colour(Int32 x, Int32 y, Float32 argb[4])
+{
+  argb[0] = static_cast<Float32>((x + y) % 5) / 4.0f;
+  argb[1] = (static_cast<Float32>(x * 7 + y) + (x % 2 ? 0.501f : 0.499f)) / 255.0f;
+  argb[2] = static_cast<Float32>(y % 3) - 1.0f + 0.25f; // -0.75, 0.25, 1.25
+  argb[3] = x == 3 && y == 100 ? std::nanf("") : static_cast<Float32>(y) / 149.0f;
+}
+
+/// A w × h picture of Colour, with alpha where asked; taller than one strip of the writer.
+void Fill(BaseBitmap* bmp, Int32 w, Int32 h, Bool alpha)
+{
+  ASSERT_EQ(bmp->Init(w, h, 96), IMAGERESULT_OK) << "a float picture, as renders are";
+  if (alpha)
+  {
+    ASSERT_NE(bmp->AddChannel(true, false), nullptr);
+  }
+  std::vector<Float32> row(static_cast<size_t>(w) * 4);
+  for (Int32 y = 0; y < h; ++y)
+  {
+    for (Int32 x = 0; x < w; ++x)
+      Colour(x, y, &row[static_cast<size_t>(x) * 4]);
+    ASSERT_TRUE(bmp->SetPixelCnt(0, y, w, reinterpret_cast<UChar*>(row.data()), 16, COLORMODE_ARGBf));
+  }
+}
+
+std::vector<float> Read(const std::string& path, int& channels, OIIO::TypeDesc& type)
+{
+  auto in = OIIO::ImageInput::open(path);
+  EXPECT_TRUE(in) << path;
+  if (!in)
+    return {};
+  const OIIO::ImageSpec file = in->spec_dimensions(0);
+  channels = file.nchannels;
+  type = file.format;
+  std::vector<float> values(static_cast<size_t>(file.width) * file.height * channels);
+  EXPECT_TRUE(in->read_image(0, 0, 0, channels, OIIO::TypeDesc::FLOAT, values.data()));
+  return values;
+}
+
+class BitmapIoTest : public ::testing::Test
+{
+protected:
+  void SetUp() override
+  {
+    dir = fs::path(::testing::TempDir()) / ("orlix_bitmap_io_" + std::to_string(getpid()) + "_" +
+                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::create_directories(dir);
+  }
+  void TearDown() override { fs::remove_all(dir); }
+
+  /// Only the files named, no temporary left over.
+  std::vector<std::string> Files() const
+  {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(dir))
+      names.push_back(entry.path().filename().string());
+    return names;
+  }
+
+  fs::path dir;
+};
+
+int Byte(int x, int y, int c)
+{
+  return (x * 37 + y * 91 + c * 53) % 256;
+}
 } // namespace
 
 TEST(HostBitmap, BadFilesFailAndLeaveTheBitmapEmpty)
@@ -61,21 +161,6 @@ TEST(HostBitmap, BadFilesFailAndLeaveTheBitmapEmpty)
   EXPECT_EQ(b.bmp->Init(0, 10), IMAGERESULT_WRONGTYPE);
   EXPECT_EQ(b.bmp->Init(-5, 10), IMAGERESULT_WRONGTYPE);
 }
-
-namespace
-{
-std::vector<Float32> ReadArgb(const BaseBitmap& b, Int32 x, Int32 y)
-{
-  std::vector<Float32> px(4);
-  EXPECT_TRUE(b.GetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(px.data()), 16, COLORMODE_ARGBf));
-  return px;
-}
-
-void WriteArgb(BaseBitmap& b, Int32 x, Int32 y, std::vector<Float32> argb)
-{
-  EXPECT_TRUE(b.SetPixelCnt(x, y, 1, reinterpret_cast<const UChar*>(argb.data()), 16, COLORMODE_ARGBf));
-}
-} // namespace
 
 TEST(HostBitmap, EightBitPicturesRoundAndClampWhileFloatPicturesKeepEveryValue)
 {
@@ -122,7 +207,7 @@ TEST(HostBitmap, FilesChooseTheDepthAndAlphaThatCopiesAndClonesKeep)
     Bitmap file, copy;
     ASSERT_EQ(file.bmp->Init(Filename(WritePicture(row.file, 5, 3, row.channels).c_str())), IMAGERESULT_OK);
     EXPECT_FLOAT_EQ(ReadArgb(*file.bmp, 1, 0)[1], 1.0f);
-    EXPECT_NEAR(row.alpha ? ReadArgb(*file.bmp, 0, 0)[0] : 0.5f, 0.5f, 0.5f / 255.0f);
+    EXPECT_NEAR(row.alpha ? ReadArgb(*file.bmp, 0, 0)[0] : 0.5f, 0.5f, 1.0f / 255.0f);
     // Values beyond 0..1 survive copies of a float picture; an 8-bit one rounds and clamps them.
     WriteArgb(*file.bmp, 0, 1, {1.0f, 3.5f, 0.25f, -1.0f});
     ASSERT_EQ(copy.bmp->Init(2, 2, row.isFloat ? 24 : 96), IMAGERESULT_OK);
@@ -147,4 +232,132 @@ TEST(HostBitmap, FilesChooseTheDepthAndAlphaThatCopiesAndClonesKeep)
     WriteArgb(*flat.bmp, i % 2, i / 2, {1.0f, 2.0f, 0.3f, -0.5f});
   flat.bmp->ScaleBicubic(small.bmp, 0, 0, 1, 1, 0, 0, 0, 0);
   EXPECT_EQ(ReadArgb(*small.bmp, 0, 0), std::vector<Float32>({1.0f, 1.0f, 77.0f / 255.0f, 0.0f}));
+}
+
+TEST_F(BitmapIoTest, EachFormatStoresTheValuesItCan)
+{
+  // PNG keeps straight alpha, which the library makes by dividing the colours; its rounding is
+  // checked on a picture without alpha, where the stored value is the colour itself.
+  constexpr Int32 w = 9, h = 150;
+  Bitmap withAlpha, withoutAlpha;
+  Fill(withAlpha.bmp, w, h, true);
+  Fill(withoutAlpha.bmp, w, h, false);
+  struct Case
+  {
+    const char* name;
+    Bool alpha;
+    Bool floatData;
+    OIIO::TypeDesc type;
+    float steps; ///< 0: float, stored as it is
+  };
+  for (const Case& c : {Case{"p.png", false, false, OIIO::TypeDesc::UINT8, 255.0f},
+                        Case{"p.tif", true, false, OIIO::TypeDesc::UINT16, 65535.0f},
+                        Case{"f.tif", true, true, OIIO::TypeDesc::FLOAT, 0.0f},
+                        Case{"p.exr", true, false, OIIO::TypeDesc::FLOAT, 0.0f}})
+  {
+    SCOPED_TRACE(c.name);
+    std::string error;
+    const std::string path = (dir / c.name).string();
+    ASSERT_TRUE(host::SaveBitmap(c.alpha ? *withAlpha.bmp : *withoutAlpha.bmp, path, c.floatData, &error, 2)) << error;
+    int channels = 0;
+    OIIO::TypeDesc type;
+    const std::vector<float> values = Read(path, channels, type);
+    const int want = c.alpha ? 4 : 3;
+    ASSERT_EQ(channels, want) << "the alpha channel goes along where there is one";
+    EXPECT_EQ(type, c.type);
+    ASSERT_EQ(values.size(), size_t(w) * h * want);
+    Int32 wrong = 0;
+    for (Int32 y = 0; y < h; ++y)
+      for (Int32 x = 0; x < w; ++x)
+      {
+        Float32 argb[4];
+        Colour(x, y, argb);
+        for (int ch = 0; ch < want; ++ch)
+        {
+          const float v = argb[ch < 3 ? ch + 1 : 0];
+          float expected = v;
+          if (c.steps > 0.0f)
+            expected = std::isnan(v) ? 0.0f : std::round(std::min(1.0f, std::max(0.0f, v)) * c.steps) / c.steps;
+          const float got = values[(size_t(y) * w + x) * want + ch];
+          const Bool same = std::isnan(expected) ? std::isnan(got) : std::fabs(got - expected) <= 1e-7f;
+          if (!same && ++wrong < 5)
+            ADD_FAILURE() << "pixel " << x << ", " << y << " channel " << ch << ": " << got << " for " << v;
+        }
+      }
+    EXPECT_EQ(wrong, 0);
+  }
+  EXPECT_EQ(Files().size(), 4u) << "no temporary files left";
+}
+
+TEST_F(BitmapIoTest, RefusedWritesLeaveNothingAndKeepTheOldFile)
+{
+  Bitmap b;
+  Fill(b.bmp, 4, 4, false);
+  std::string error;
+  EXPECT_FALSE(host::SaveBitmap(*b.bmp, (dir / "p.jpg").string(), false, &error));
+  EXPECT_NE(error.find("unknown picture format \".jpg\""), std::string::npos) << error;
+  EXPECT_FALSE(host::SaveBitmap(*b.bmp, (dir / "d.png").string(), true, &error));
+  EXPECT_NE(error.find("float data needs .exr or .tif"), std::string::npos) << error;
+  EXPECT_FALSE(host::SaveBitmap(*b.bmp, (dir / "missing" / "p.png").string(), false, &error));
+  EXPECT_NE(error.find("missing/p.png"), std::string::npos) << error;
+  EXPECT_TRUE(Files().empty());
+
+  // A good file stays as it was when a later write is refused.
+  const std::string keep = (dir / "keep.png").string();
+  ASSERT_TRUE(host::SaveBitmap(*b.bmp, keep, false, &error)) << error;
+  const auto size = fs::file_size(keep);
+  Bitmap empty;
+  EXPECT_FALSE(host::SaveBitmap(*empty.bmp, keep, false, &error)) << "an empty picture";
+  EXPECT_EQ(fs::file_size(keep), size);
+  EXPECT_EQ(Files(), std::vector<std::string>{"keep.png"});
+}
+
+TEST(RenderPicture, EightBitSixteenBitAndFloatFilesSampleAlike)
+{
+  // The same bytes stored three ways; positions between texels, across the seam and at the poles.
+  const auto Bytes = [](int x, int y, int c) { return static_cast<float>(Byte(x, y, c)) / 255.0f; };
+  const std::string png8 = WritePicture("8.png", 8, 4, 3, OIIO::TypeDesc::UINT8, Bytes);
+  const std::string png16 = WritePicture("16.png", 8, 4, 3, OIIO::TypeDesc::UINT16, Bytes);
+  const std::string exr = WritePicture("f.exr", 8, 4, 3, OIIO::TypeDesc::FLOAT, Bytes);
+  Picture p8, p16, pf;
+  String error;
+  ASSERT_TRUE(p8.Load(Filename(png8.c_str()), &error)) << error.GetStdString();
+  ASSERT_TRUE(p16.Load(Filename(png16.c_str()), &error)) << error.GetStdString();
+  ASSERT_TRUE(pf.Load(Filename(exr.c_str()), &error)) << error.GetStdString();
+  EXPECT_EQ(p8.GetBw(), 8);
+  EXPECT_EQ(p8.GetBh(), 4);
+
+  // At a texel's centre the value is the texel's own, whatever the storage.
+  const Vector centre = p8.Sample((2 + 0.5) / 8.0, (1 + 0.5) / 4.0, false);
+  EXPECT_FLOAT_EQ(centre.x, Byte(2, 1, 0) / 255.0f);
+  EXPECT_FLOAT_EQ(centre.y, Byte(2, 1, 1) / 255.0f);
+  EXPECT_FLOAT_EQ(centre.z, Byte(2, 1, 2) / 255.0f);
+
+  const std::pair<Float, Float> at[] = {{0.3, 0.4}, {0.01, 0.5}, {0.99, 0.02}, {0.5, 1.0}, {-0.25, 0.7}, {0.61, 0.93}};
+  for (const auto& [u, v] : at)
+  {
+    const Vector a = p8.Sample(u, v, false), b = p16.Sample(u, v, false), c = pf.Sample(u, v, false);
+    EXPECT_LE((a - c).GetLength(), 1e-6) << "8-bit " << a << " vs float " << c << " at u " << u << " v " << v;
+    EXPECT_LE((b - c).GetLength(), 1e-6) << "16-bit " << b << " vs float " << c << " at u " << u << " v " << v;
+  }
+  // Halfway between the last column and the first, the look-up wraps around the seam.
+  const Vector seam = p8.Sample(0.0, (0 + 0.5) / 4.0, false);
+  EXPECT_FLOAT_EQ(seam.x, (Byte(7, 0, 0) + Byte(0, 0, 0)) / 2.0f / 255.0f);
+  for (const std::string& path : {png8, png16, exr})
+    std::remove(path.c_str());
+}
+
+TEST(RenderPicture, GreyPicturesFillAllThreeChannels)
+{
+  for (OIIO::TypeDesc type : {OIIO::TypeDesc::UINT8, OIIO::TypeDesc::FLOAT})
+  {
+    const std::string path = WritePicture(type == OIIO::TypeDesc::UINT8 ? "grey.png" : "grey.exr", 4, 2, 1, type,
+                                          [](int x, int y, int) { return (40 * x + 100 * y) / 255.0f; });
+    Picture p;
+    String error;
+    ASSERT_TRUE(p.Load(Filename(path.c_str()), &error)) << error.GetStdString();
+    const Vector c = p.Sample((3 + 0.5) / 4.0, (1 + 0.5) / 2.0, false);
+    EXPECT_LE((c - Vector(220 / 255.0)).GetLength(), 1e-6) << type << ": " << c;
+    std::remove(path.c_str());
+  }
 }

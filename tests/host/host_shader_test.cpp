@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -33,15 +34,11 @@ std::string WriteRamp(const std::string& name, int w, int h)
   return path;
 }
 
-struct Shader
+struct ShaderFree
 {
-  explicit Shader(Int32 type) : sh(BaseShader::Alloc(type)) {}
-  Shader(const Shader&) = delete;
-  Shader& operator=(const Shader&) = delete;
-  ~Shader() { BaseShader::Free(sh); }
-  BaseShader* operator->() const { return sh; }
-  BaseShader* sh;
+  void operator()(BaseShader* sh) const { BaseShader::Free(sh); }
 };
+using Shader = std::unique_ptr<BaseShader, ShaderFree>;
 
 Vector SampleAt(const Shader& s, double u, double v, Int32 texflag = 0)
 {
@@ -85,7 +82,7 @@ protected:
 TEST_F(ShaderTest, LifecycleSamplesOnlyBetweenInitRenderAndFreeRenderAndGoesWithItsOwner)
 {
   EXPECT_EQ(BaseShader::Alloc(Ocamera), nullptr) << "only shader types make shaders";
-  Shader colour(Xcolor);
+  Shader colour(BaseShader::Alloc(Xcolor));
   colour->GetDataInstance()->SetVector(COLORSHADER_COLOR, Vector(0.2, 0.4, 0.6));
   colour->GetDataInstance()->SetFloat(COLORSHADER_BRIGHTNESS, 2.5);
   EXPECT_EQ(SampleAt(colour, 0.5, 0.5), Vector()) << "not prepared";
@@ -118,9 +115,16 @@ TEST_F(ShaderTest, LifecycleSamplesOnlyBetweenInitRenderAndFreeRenderAndGoesWith
   BaseDocument::Free(doc);
 }
 
-TEST_F(ShaderTest, GradientAlongV)
+TEST_F(ShaderTest, GradientAlongVNeedsTwoUsableKnots)
 {
-  Shader g(Xgradient);
+  Shader g(BaseShader::Alloc(Xgradient));
+  // Fewer than two usable knots fail, and leave nothing to sample.
+  for (const std::vector<BaseContainer>& knots : std::vector<std::vector<BaseContainer>>{{Knot(0.5, {1, 1, 1})}, {}, {Knot(0.0, {1, 1, 1}), Knot(NAN, {0, 0, 0})}})
+  {
+    SetKnots(g, knots);
+    EXPECT_NE(g->InitRender(InitRenderStruct()), INITRENDERRESULT_OK) << knots.size() << " knots";
+    EXPECT_EQ(SampleAt(g, 0.5, 0.5), Vector());
+  }
   // Given out of order, with a hard step at 0.6.
   SetKnots(g, {Knot(0.6, {1, 0.5, 0}), Knot(0.2, {0, 0, 0}), Knot(1.0, {0, 1, 0}), Knot(0.6, {0, 0, 1})});
   ASSERT_EQ(g->InitRender(InitRenderStruct()), INITRENDERRESULT_OK);
@@ -143,18 +147,6 @@ TEST_F(ShaderTest, GradientAlongV)
       EXPECT_TRUE(Near(SampleAt(g, u, row.v), row.colour)) << "v " << row.v << " u " << u;
   EXPECT_TRUE(Near(SampleAt(g, 0.0, 0.6 - 1e-9), Vector(1, 0.5, 0), 1e-8)) << "just before the step";
   EXPECT_TRUE(Near(SampleAt(g, 0.0, 0.9, TEX_TILE), Vector(0, 0.75, 0.25))) << "tiling doesn't change a gradient";
-}
-
-TEST_F(ShaderTest, GradientNeedsTwoUsableKnots)
-{
-  Shader g(Xgradient);
-  const std::vector<BaseContainer> bad[] = {{Knot(0.5, {1, 1, 1})}, {}, {Knot(0.0, {1, 1, 1}), Knot(NAN, {0, 0, 0})}};
-  for (const auto& knots : bad)
-  {
-    SetKnots(g, knots);
-    EXPECT_NE(g->InitRender(InitRenderStruct()), INITRENDERRESULT_OK) << knots.size() << " knots";
-    EXPECT_EQ(SampleAt(g, 0.5, 0.5), Vector()) << "a failed InitRender leaves nothing to sample";
-  }
 
   // A value that isn't a knot is passed over.
   SetKnots(g, {Knot(0.0, {0, 0, 0}), Knot(1.0, {1, 1, 1})});
@@ -165,7 +157,7 @@ TEST_F(ShaderTest, GradientNeedsTwoUsableKnots)
 
 TEST_F(ShaderTest, PictureIsBilinearBetweenPixelCentres)
 {
-  Shader p(Xbitmap);
+  Shader p(BaseShader::Alloc(Xbitmap));
   EXPECT_EQ(p->InitRender(InitRenderStruct()), INITRENDERRESULT_ASSETMISSING) << "no file named";
   p->GetDataInstance()->SetFilename(BITMAPSHADER_FILENAME, Filename(WriteRamp("ramp.tif", 4, 4).c_str()));
   ASSERT_EQ(p->InitRender(InitRenderStruct()), INITRENDERRESULT_OK);
@@ -204,7 +196,7 @@ TEST_F(ShaderTest, PictureIsBilinearBetweenPixelCentres)
 
 TEST_F(ShaderTest, SampledFromSeveralThreadsAtOnce)
 {
-  Shader p(Xbitmap), g(Xgradient);
+  Shader p(BaseShader::Alloc(Xbitmap)), g(BaseShader::Alloc(Xgradient));
   p->GetDataInstance()->SetFilename(BITMAPSHADER_FILENAME, Filename(WriteRamp("threads.tif", 16, 8).c_str()));
   ASSERT_EQ(p->InitRender(InitRenderStruct()), INITRENDERRESULT_OK);
   ASSERT_EQ(g->InitRender(InitRenderStruct()), INITRENDERRESULT_OK);
