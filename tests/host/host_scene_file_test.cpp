@@ -1,5 +1,6 @@
 // Scene files over the host alone (no plug-in): what only the host's own objects hold through
 // saving and loading, OBJ meshes, and the limits on what a scene may ask for.
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -51,18 +52,15 @@ TEST_F(HostSceneFile, WhatTheRichSceneLacksSurvivesSavingAndLoading)
 
   DocPtr back = RoundTrip(doc.get());
   ASSERT_TRUE(back);
-  EXPECT_EQ(back->GetFps(), 24);
-  EXPECT_DOUBLE_EQ(back->GetMinTime().Get(), 1.5);
-  EXPECT_DOUBLE_EQ(back->GetMaxTime().Get(), 7.25);
-  EXPECT_DOUBLE_EQ(back->GetTime().Get(), 2.0);
+  EXPECT_EQ(std::vector<Float>({Float(back->GetFps()), back->GetMinTime().Get(), back->GetMaxTime().Get(), back->GetTime().Get()}),
+            std::vector<Float>({24, 1.5, 7.25, 2.0})) << "frame rate, first, last and current time";
   EXPECT_TRUE(*back->GetActiveRenderData()->GetDataInstance() == *rd) << "render settings differ";
   int compared = 0;
   ExpectSameTree(doc->GetFirstObject(), back->GetFirstObject(), doc.get(), back.get(), compared, false);
   EXPECT_EQ(compared, 2);
   auto* quad = static_cast<PolygonObject*>(back->SearchObject(String("Quad")));
   ASSERT_TRUE(quad && quad->GetType() == Opolygon && quad->GetPointCount() == 4);
-  for (int i = 0; i < 4; ++i)
-    EXPECT_EQ(quad->GetPointR()[i], pts[i]) << "point " << i;
+  EXPECT_TRUE(std::equal(pts, pts + 4, quad->GetPointR()));
   EXPECT_TRUE(quad->GetPolygonR()[0].IsTriangle());
   EXPECT_EQ(quad->GetPolygonR()[1].d, 1);
 }
