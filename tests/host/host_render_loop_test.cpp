@@ -325,7 +325,7 @@ TEST_F(RenderLoopTest, StereoImagesAreMergedAfterTheFrameClosesElseTheFrameIsThe
   }
 }
 
-TEST_F(RenderLoopTest, FrameRangeWithTimesAndAStopThatStillClosesTheSequence)
+TEST_F(RenderLoopTest, FrameRangeWithTimesAndStopsThatStillCloseTheSequence)
 {
   Recorder* a = AddRecorder("A", VIDEOPOSTINFO_NONE);
   settings()->SetFloat(RDATA_FRAMERATE, 25.0);
@@ -357,16 +357,16 @@ TEST_F(RenderLoopTest, FrameRangeWithTimesAndAStopThatStillClosesTheSequence)
   EXPECT_NE(error.GetStdString().find("stopped after frame 2"), std::string::npos) << error;
   EXPECT_EQ(std::vector<std::string>(callLog.end() - 2, callLog.end()), (std::vector<std::string>{"A:FRAMESEQUENCE close", "A:end external"}))
     << "the sequence is closed all the same";
-}
 
-TEST_F(RenderLoopTest, AFailingStageStopsTheRenderAndNamesTheVideoPost)
-{
-  AddRecorder("A", VIDEOPOSTINFO_NONE)->failRenderClose = true;
+  // A failing stage stops the render too, and names the video post.
+  callLog.clear();
+  goOn = true;
+  a->failRenderClose = true;
   EXPECT_FALSE(host::RenderDocument(doc, options, &picture, &error));
   EXPECT_EQ(error, String("Recorder failed at the closing of RENDER (result 1)"));
   EXPECT_FALSE(picture);
-  const std::vector<std::string> tail(callLog.end() - 3, callLog.end());
-  EXPECT_EQ(tail, (std::vector<std::string>{"A:RENDER close buffer 40x35 depth 32 cpp 4", "A:FRAMESEQUENCE close", "A:end external"}));
+  EXPECT_EQ(std::vector<std::string>(callLog.end() - 3, callLog.end()),
+            (std::vector<std::string>{"A:RENDER close buffer 40x35 depth 32 cpp 4", "A:FRAMESEQUENCE close", "A:end external"}));
 }
 
 TEST_F(RenderLoopTest, BadInputIsAnErrorBeforeAnyVideoPostRuns)
