@@ -1,40 +1,139 @@
-// Pictures from files: formats, alpha, and files that are missing or not pictures.
+// Pictures: bitmaps in memory, read from files (formats, depth, alpha, files that are missing or
+// not pictures), written to files (values as each format stores them, whole files or none), and
+// the render's picture look-ups.
 #include <gtest/gtest.h>
 
 #include <OpenImageIO/imageio.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "bitmap_io.h"
 #include "c4d.h"
+#include "render/render_picture.h"
 
 namespace
 {
-std::string WritePicture(const std::string& name, int w, int h, int channels)
-{
-  const std::string path = ::testing::TempDir() + name;
-  std::vector<float> pixels(static_cast<size_t>(w * h * channels));
-  for (int i = 0; i < w * h; ++i)
-    for (int c = 0; c < channels; ++c)
-      pixels[static_cast<size_t>(i * channels + c)] = c == channels - 1 && channels == 4 ? 0.5f : (i % 2 ? 1.0f : 0.0f);
-  auto out = OIIO::ImageOutput::create(path);
-  EXPECT_TRUE(out);
-  OIIO::ImageSpec format(w, h, channels, OIIO::TypeDesc::UINT8);
-  if (channels == 4)
-    format.alpha_channel = 3;
-  EXPECT_TRUE(out->open(path, format));
-  EXPECT_TRUE(out->write_image(OIIO::TypeDesc::FLOAT, pixels.data()));
-  out->close();
-  return path;
-}
+namespace fs = std::filesystem;
+using host::render::Picture;
 
 struct Bitmap
 {
   BaseBitmap* bmp = BaseBitmap::Alloc();
   ~Bitmap() { BaseBitmap::Free(bmp); }
 };
+
+/// Writes a w × h picture of `channels` values per pixel (a fourth is alpha), each value(x, y, c),
+/// stored as `type` in the format of the name's extension; returns its path.
+std::string WritePicture(const std::string& name, int w, int h, int channels, OIIO::TypeDesc type,
+                         const std::function<float(int x, int y, int c)>& value)
+{
+  const std::string path = ::testing::TempDir() + "orlix_bitmap_" + std::to_string(getpid()) + "_" + name;
+  std::vector<float> pixels;
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x)
+      for (int c = 0; c < channels; ++c)
+        pixels.push_back(value(x, y, c));
+  OIIO::ImageSpec format(w, h, channels, type);
+  format.alpha_channel = channels == 4 ? 3 : -1;
+  auto out = OIIO::ImageOutput::create(path);
+  EXPECT_TRUE(out && out->open(path, format) && out->write_image(OIIO::TypeDesc::FLOAT, pixels.data())) << path;
+  if (out)
+    out->close();
+  return path;
+}
+
+/// Bytes with odd pixels white, even ones black, and alpha a half.
+std::string WritePicture(const std::string& name, int w, int h, int channels)
+{
+  return WritePicture(name, w, h, channels, OIIO::TypeDesc::UINT8,
+                      [&](int x, int y, int c) { return c == 3 ? 0.5f : static_cast<float>((y * w + x) % 2); });
+}
+
+std::vector<Float32> ReadArgb(const BaseBitmap& b, Int32 x, Int32 y)
+{
+  std::vector<Float32> px(4);
+  EXPECT_TRUE(b.GetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(px.data()), 16, COLORMODE_ARGBf));
+  return px;
+}
+
+void WriteArgb(BaseBitmap& b, Int32 x, Int32 y, std::vector<Float32> argb)
+{
+  EXPECT_TRUE(b.SetPixelCnt(x, y, 1, reinterpret_cast<const UChar*>(argb.data()), 16, COLORMODE_ARGBf));
+}
+/// The colour a test picture holds at (x, y): values inside 0..1 just either side of half a step,
+/// values outside it, and a NaN, so that clamping and rounding both show.
+void Colour(Int32 x, Int32 y, Float32 argb[4])
+{
+  argb[0] = static_cast<Float32>((x + y) % 5) / 4.0f;
+  argb[1] = (static_cast<Float32>(x * 7 + y) + (x % 2 ? 0.501f : 0.499f)) / 255.0f;
+  argb[2] = static_cast<Float32>(y % 3) - 1.0f + 0.25f; // -0.75, 0.25, 1.25
+  argb[3] = x == 3 && y == 100 ? std::nanf("") : static_cast<Float32>(y) / 149.0f;
+}
+
+/// A w × h picture of Colour, with alpha where asked; taller than one strip of the writer.
+void Fill(BaseBitmap* bmp, Int32 w, Int32 h, Bool alpha)
+{
+  ASSERT_EQ(bmp->Init(w, h, 96), IMAGERESULT_OK) << "a float picture, as renders are";
+  ASSERT_TRUE(!alpha || bmp->AddChannel(true, false) != nullptr);
+  std::vector<Float32> row(static_cast<size_t>(w) * 4);
+  for (Int32 y = 0; y < h; ++y)
+  {
+    for (Int32 x = 0; x < w; ++x)
+      Colour(x, y, &row[static_cast<size_t>(x) * 4]);
+    ASSERT_TRUE(bmp->SetPixelCnt(0, y, w, reinterpret_cast<UChar*>(row.data()), 16, COLORMODE_ARGBf));
+  }
+}
+
+std::vector<float> Read(const std::string& path, int& channels, OIIO::TypeDesc& type)
+{
+  auto in = OIIO::ImageInput::open(path);
+  EXPECT_TRUE(in) << path;
+  if (!in)
+    return {};
+  const OIIO::ImageSpec file = in->spec_dimensions(0);
+  channels = file.nchannels;
+  type = file.format;
+  std::vector<float> values(static_cast<size_t>(file.width) * file.height * channels);
+  EXPECT_TRUE(in->read_image(0, 0, 0, channels, OIIO::TypeDesc::FLOAT, values.data()));
+  return values;
+}
+
+class BitmapIoTest : public ::testing::Test
+{
+protected:
+  void SetUp() override
+  {
+    dir = fs::path(::testing::TempDir()) / ("orlix_bitmap_io_" + std::to_string(getpid()) + "_" +
+                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::create_directories(dir);
+  }
+  void TearDown() override { fs::remove_all(dir); }
+
+  /// Only the files named, no temporary left over.
+  std::vector<std::string> Files() const
+  {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(dir))
+      names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  fs::path dir;
+};
+
+int Byte(int x, int y, int c)
+{
+  return (x * 37 + y * 91 + c * 53) % 256;
+}
 } // namespace
 
 TEST(HostBitmap, BadFilesFailAndLeaveTheBitmapEmpty)
@@ -62,29 +161,11 @@ TEST(HostBitmap, BadFilesFailAndLeaveTheBitmapEmpty)
   EXPECT_EQ(b.bmp->Init(-5, 10), IMAGERESULT_WRONGTYPE);
 }
 
-
-namespace
-{
-std::vector<Float32> ReadArgb(const BaseBitmap& b, Int32 x, Int32 y)
-{
-  std::vector<Float32> px(4);
-  EXPECT_TRUE(b.GetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(px.data()), 16, COLORMODE_ARGBf));
-  return px;
-}
-
-void WriteArgb(BaseBitmap& b, Int32 x, Int32 y, std::vector<Float32> argb)
-{
-  EXPECT_TRUE(b.SetPixelCnt(x, y, 1, reinterpret_cast<const UChar*>(argb.data()), 16, COLORMODE_ARGBf));
-}
-} // namespace
-
 TEST(HostBitmap, EightBitPicturesRoundAndClampWhileFloatPicturesKeepEveryValue)
 {
   Bitmap byte, fp;
   ASSERT_EQ(byte.bmp->Init(3, 2, 32), IMAGERESULT_OK);
   ASSERT_EQ(fp.bmp->Init(3, 2, 128), IMAGERESULT_OK);
-  EXPECT_FALSE(byte.bmp->IsFloat());
-  EXPECT_TRUE(fp.bmp->IsFloat());
   ASSERT_NE(byte.bmp->AddChannel(true, false), nullptr);
   ASSERT_NE(fp.bmp->AddChannel(true, false), nullptr);
   const std::vector<Float32> value = {0.5f, 1.7f, -0.2f, 100.6f / 255.0f};
@@ -92,11 +173,8 @@ TEST(HostBitmap, EightBitPicturesRoundAndClampWhileFloatPicturesKeepEveryValue)
   WriteArgb(*fp.bmp, 1, 1, value);
 
   EXPECT_EQ(ReadArgb(*fp.bmp, 1, 1), value) << "a render's values above 1 and below 0 survive";
-  const std::vector<Float32> stored = ReadArgb(*byte.bmp, 1, 1);
-  EXPECT_FLOAT_EQ(stored[0], 128.0f / 255.0f) << "0.5 is 127.5 steps: rounds up";
-  EXPECT_FLOAT_EQ(stored[1], 1.0f);
-  EXPECT_FLOAT_EQ(stored[2], 0.0f);
-  EXPECT_FLOAT_EQ(stored[3], 101.0f / 255.0f);
+  EXPECT_EQ(ReadArgb(*byte.bmp, 1, 1), std::vector<Float32>({128.0f / 255.0f, 1.0f, 0.0f, 101.0f / 255.0f}))
+    << "0.5 is 127.5 steps: rounds up";
   UInt16 r = 0, g = 0, b = 0, a = 0;
   byte.bmp->GetPixel(1, 1, &r, &g, &b);
   byte.bmp->GetAlphaPixel(byte.bmp->GetInternalChannel(), 1, 1, &a);
@@ -105,62 +183,175 @@ TEST(HostBitmap, EightBitPicturesRoundAndClampWhileFloatPicturesKeepEveryValue)
   EXPECT_EQ(std::vector<UInt16>({r, g, b}), std::vector<UInt16>({255, 0, 101})) << "the float picture clamps only when asked for bytes";
 
   // Bytes set by SetPixel read back as they were, in either depth.
-  byte.bmp->SetPixel(2, 0, 7, 200, 255);
-  fp.bmp->SetPixel(2, 0, 7, 200, 255);
   for (BaseBitmap* p : {byte.bmp, fp.bmp})
   {
+    p->SetPixel(2, 0, 7, 200, 255);
     p->GetPixel(2, 0, &r, &g, &b);
     EXPECT_EQ(std::vector<UInt16>({r, g, b}), std::vector<UInt16>({7, 200, 255}));
   }
 }
 
-TEST(HostBitmap, CopiesKeepTheDepthAndFilesChooseIt)
+TEST(HostBitmap, FilesChooseTheDepthAndAlphaThatCopiesAndClonesKeep)
 {
-  Bitmap fp, byte;
-  ASSERT_EQ(fp.bmp->Init(2, 2, 96), IMAGERESULT_OK);
-  WriteArgb(*fp.bmp, 0, 1, {1.0f, 3.5f, 0.25f, -1.0f});
-  BaseBitmap* clone = fp.bmp->GetClone();
-  ASSERT_NE(clone, nullptr);
-  EXPECT_TRUE(clone->IsFloat());
-  EXPECT_FLOAT_EQ(ReadArgb(*clone, 0, 1)[1], 3.5f);
-  BaseBitmap::Free(clone);
-
-  ASSERT_EQ(byte.bmp->Init(5, 5, 24), IMAGERESULT_OK);
-  ASSERT_TRUE(fp.bmp->CopyTo(byte.bmp));
-  EXPECT_TRUE(byte.bmp->IsFloat()) << "the copy takes the source's depth, not its own";
-  EXPECT_EQ(byte.bmp->GetBw(), 2);
-  EXPECT_FLOAT_EQ(ReadArgb(*byte.bmp, 0, 1)[3], -1.0f);
+  // Pictures stored as bytes (OpenEXR makes them half floats); odd pixels are white, alpha is a half.
+  const struct
+  {
+    const char* file;
+    int channels;
+    Bool isFloat, alpha;
+  } rows[] = {{"orlix_rgb.png", 3, false, false}, {"orlix_grey.png", 1, false, false}, {"orlix_rgba.tif", 4, false, true}, {"orlix_rgba.exr", 4, true, true}};
+  for (const auto& row : rows)
+  {
+    SCOPED_TRACE(std::string("case ") + row.file);
+    Bitmap file, copy;
+    ASSERT_EQ(file.bmp->Init(Filename(WritePicture(row.file, 5, 3, row.channels).c_str())), IMAGERESULT_OK);
+    EXPECT_FLOAT_EQ(ReadArgb(*file.bmp, 1, 0)[1], 1.0f);
+    EXPECT_NEAR(row.alpha ? ReadArgb(*file.bmp, 0, 0)[0] : 0.5f, 0.5f, 1.0f / 255.0f);
+    // Values beyond 0..1 survive copies of a float picture; an 8-bit one rounds and clamps them.
+    WriteArgb(*file.bmp, 0, 1, {1.0f, 3.5f, 0.25f, -1.0f});
+    ASSERT_EQ(copy.bmp->Init(2, 2, row.isFloat ? 24 : 96), IMAGERESULT_OK);
+    ASSERT_TRUE(file.bmp->CopyTo(copy.bmp)) << "the copy takes the source's depth, not its own";
+    BaseBitmap* clone = file.bmp->GetClone();
+    ASSERT_NE(clone, nullptr);
+    for (const BaseBitmap* b : {file.bmp, copy.bmp, clone})
+    {
+      EXPECT_EQ(std::vector<Int32>({b->GetBw(), b->GetBh(), b->IsFloat(), b->HasAlpha()}), std::vector<Int32>({5, 3, row.isFloat, row.alpha}));
+      const std::vector<Float32> px = ReadArgb(*b, 0, 1);
+      EXPECT_EQ(std::vector<Float32>(px.begin() + 1, px.end()),
+                row.isFloat ? std::vector<Float32>({3.5f, 0.25f, -1.0f}) : std::vector<Float32>({1.0f, 64.0f / 255.0f, 0.0f}));
+    }
+    BaseBitmap::Free(clone);
+  }
 
   // Scaling a float picture into an 8-bit one stores bytes.
-  Bitmap small;
-  ASSERT_EQ(small.bmp->Init(1, 1, 24), IMAGERESULT_OK);
-  Bitmap flat;
+  Bitmap flat, small;
   ASSERT_EQ(flat.bmp->Init(2, 2, 96), IMAGERESULT_OK);
-  for (Int32 y = 0; y < 2; ++y)
-    for (Int32 x = 0; x < 2; ++x)
-      WriteArgb(*flat.bmp, x, y, {1.0f, 2.0f, 0.3f, -0.5f});
+  ASSERT_EQ(small.bmp->Init(1, 1, 24), IMAGERESULT_OK);
+  for (Int32 i = 0; i < 4; ++i)
+    WriteArgb(*flat.bmp, i % 2, i / 2, {1.0f, 2.0f, 0.3f, -0.5f});
   flat.bmp->ScaleBicubic(small.bmp, 0, 0, 1, 1, 0, 0, 0, 0);
-  const std::vector<Float32> scaled = ReadArgb(*small.bmp, 0, 0);
-  EXPECT_FLOAT_EQ(scaled[1], 1.0f);
-  EXPECT_FLOAT_EQ(scaled[2], 77.0f / 255.0f);
-  EXPECT_FLOAT_EQ(scaled[3], 0.0f);
-
-  // An 8-bit file stays 8-bit, alpha only where the file has it; an OpenEXR file keeps floats.
-  Bitmap png, tif, grey, exr;
-  ASSERT_EQ(png.bmp->Init(Filename(WritePicture("orlix_depth.png", 5, 3, 3).c_str())), IMAGERESULT_OK);
-  EXPECT_EQ(png.bmp->GetBw(), 5);
-  EXPECT_EQ(png.bmp->GetBh(), 3);
-  EXPECT_FALSE(png.bmp->IsFloat());
-  EXPECT_FALSE(png.bmp->HasAlpha());
-  ASSERT_EQ(tif.bmp->Init(Filename(WritePicture("orlix_rgba.tif", 4, 4, 4).c_str())), IMAGERESULT_OK);
-  EXPECT_TRUE(tif.bmp->HasAlpha());
-  clone = tif.bmp->GetClone();
-  EXPECT_TRUE(clone && clone->HasAlpha()) << "a copy keeps the alpha channel";
-  BaseBitmap::Free(clone);
-  EXPECT_EQ(grey.bmp->Init(Filename(WritePicture("orlix_grey.png", 2, 2, 1).c_str())), IMAGERESULT_OK);
-  EXPECT_FLOAT_EQ(ReadArgb(*png.bmp, 1, 0)[1], 1.0f) << "odd pixels are white";
-  ASSERT_EQ(exr.bmp->Init(Filename(WritePicture("orlix_depth.exr", 2, 2, 4).c_str())), IMAGERESULT_OK);
-  EXPECT_TRUE(exr.bmp->IsFloat());
-  EXPECT_TRUE(exr.bmp->HasAlpha());
-  EXPECT_FLOAT_EQ(ReadArgb(*exr.bmp, 0, 0)[0], 0.5f);
+  EXPECT_EQ(ReadArgb(*small.bmp, 0, 0), std::vector<Float32>({1.0f, 1.0f, 77.0f / 255.0f, 0.0f}));
 }
+
+TEST_F(BitmapIoTest, EachFormatStoresTheValuesItCan)
+{
+  // PNG keeps straight alpha, which the library makes by dividing the colours; its rounding is
+  // checked on a picture without alpha, where the stored value is the colour itself.
+  constexpr Int32 w = 9, h = 150;
+  Bitmap withAlpha, withoutAlpha;
+  Fill(withAlpha.bmp, w, h, true);
+  Fill(withoutAlpha.bmp, w, h, false);
+  struct Case
+  {
+    const char* name;
+    Bool alpha;
+    Bool floatData;
+    OIIO::TypeDesc type;
+    float steps; ///< 0: float, stored as it is
+  };
+  for (const Case& c : {Case{"p.png", false, false, OIIO::TypeDesc::UINT8, 255.0f},
+                        Case{"p.tif", true, false, OIIO::TypeDesc::UINT16, 65535.0f},
+                        Case{"f.tif", true, true, OIIO::TypeDesc::FLOAT, 0.0f},
+                        Case{"p.exr", true, false, OIIO::TypeDesc::FLOAT, 0.0f}})
+  {
+    SCOPED_TRACE(c.name);
+    std::string error;
+    const std::string path = (dir / c.name).string();
+    ASSERT_TRUE(host::SaveBitmap(c.alpha ? *withAlpha.bmp : *withoutAlpha.bmp, path, c.floatData, &error, 2)) << error;
+    int channels = 0;
+    OIIO::TypeDesc type;
+    const std::vector<float> values = Read(path, channels, type);
+    const int want = c.alpha ? 4 : 3;
+    ASSERT_EQ(channels, want) << "the alpha channel goes along where there is one";
+    EXPECT_EQ(type, c.type);
+    ASSERT_EQ(values.size(), size_t(w) * h * want);
+    Int32 wrong = 0;
+    for (Int32 y = 0; y < h; ++y)
+      for (Int32 x = 0; x < w; ++x)
+      {
+        Float32 argb[4];
+        Colour(x, y, argb);
+        for (int ch = 0; ch < want; ++ch)
+        {
+          const float v = argb[ch < 3 ? ch + 1 : 0];
+          float expected = v;
+          if (c.steps > 0.0f)
+            expected = std::isnan(v) ? 0.0f : std::round(std::min(1.0f, std::max(0.0f, v)) * c.steps) / c.steps;
+          const float got = values[(size_t(y) * w + x) * want + ch];
+          const Bool same = std::isnan(expected) ? std::isnan(got) : std::fabs(got - expected) <= 1e-7f;
+          if (!same && ++wrong < 5)
+            ADD_FAILURE() << "pixel " << x << ", " << y << " channel " << ch << ": " << got << " for " << v;
+        }
+      }
+    EXPECT_EQ(wrong, 0);
+  }
+  EXPECT_EQ(Files(), (std::vector<std::string>{"f.tif", "p.exr", "p.png", "p.tif"})) << "no temporary files left";
+}
+
+TEST_F(BitmapIoTest, RefusedWritesLeaveNothingAndKeepTheOldFile)
+{
+  Bitmap b;
+  Fill(b.bmp, 4, 4, false);
+  std::string error;
+  EXPECT_FALSE(host::SaveBitmap(*b.bmp, (dir / "p.jpg").string(), false, &error));
+  EXPECT_NE(error.find("unknown picture format \".jpg\""), std::string::npos) << error;
+  EXPECT_FALSE(host::SaveBitmap(*b.bmp, (dir / "d.png").string(), true, &error));
+  EXPECT_NE(error.find("float data needs .exr or .tif"), std::string::npos) << error;
+  EXPECT_FALSE(host::SaveBitmap(*b.bmp, (dir / "missing" / "p.png").string(), false, &error));
+  EXPECT_NE(error.find("missing/p.png"), std::string::npos) << error;
+  EXPECT_TRUE(Files().empty());
+
+  // A good file stays as it was when a later write is refused.
+  const std::string keep = (dir / "keep.png").string();
+  ASSERT_TRUE(host::SaveBitmap(*b.bmp, keep, false, &error)) << error;
+  const auto size = fs::file_size(keep);
+  Bitmap empty;
+  EXPECT_FALSE(host::SaveBitmap(*empty.bmp, keep, false, &error)) << "an empty picture";
+  EXPECT_EQ(fs::file_size(keep), size);
+  EXPECT_EQ(Files(), std::vector<std::string>{"keep.png"});
+}
+
+TEST(RenderPicture, EightBitSixteenBitFloatAndGreyFilesSampleAlike)
+{
+  // The same bytes stored three ways; positions between texels, across the seam and at the poles.
+  const auto Bytes = [](int x, int y, int c) { return static_cast<float>(Byte(x, y, c)) / 255.0f; };
+  const std::string png8 = WritePicture("8.png", 8, 4, 3, OIIO::TypeDesc::UINT8, Bytes);
+  const std::string png16 = WritePicture("16.png", 8, 4, 3, OIIO::TypeDesc::UINT16, Bytes);
+  const std::string exr = WritePicture("f.exr", 8, 4, 3, OIIO::TypeDesc::FLOAT, Bytes);
+  Picture p8, p16, pf;
+  String error;
+  ASSERT_TRUE(p8.Load(Filename(png8.c_str()), &error)) << error.GetStdString();
+  ASSERT_TRUE(p16.Load(Filename(png16.c_str()), &error)) << error.GetStdString();
+  ASSERT_TRUE(pf.Load(Filename(exr.c_str()), &error)) << error.GetStdString();
+  EXPECT_EQ(p8.GetBw(), 8);
+  EXPECT_EQ(p8.GetBh(), 4);
+
+  // At a texel's centre the value is the texel's own, whatever the storage.
+  EXPECT_LE((p8.Sample((2 + 0.5) / 8.0, (1 + 0.5) / 4.0, false) - Vector(Byte(2, 1, 0), Byte(2, 1, 1), Byte(2, 1, 2)) / 255.0).GetLength(), 1e-6);
+
+  const std::pair<Float, Float> at[] = {{0.3, 0.4}, {0.01, 0.5}, {0.99, 0.02}, {0.5, 1.0}, {-0.25, 0.7}, {0.61, 0.93}};
+  for (const auto& [u, v] : at)
+  {
+    const Vector a = p8.Sample(u, v, false), b = p16.Sample(u, v, false), c = pf.Sample(u, v, false);
+    EXPECT_LE((a - c).GetLength(), 1e-6) << "8-bit " << a << " vs float " << c << " at u " << u << " v " << v;
+    EXPECT_LE((b - c).GetLength(), 1e-6) << "16-bit " << b << " vs float " << c << " at u " << u << " v " << v;
+  }
+  // Halfway between the last column and the first, the look-up wraps around the seam.
+  const Vector seam = p8.Sample(0.0, (0 + 0.5) / 4.0, false);
+  EXPECT_FLOAT_EQ(seam.x, (Byte(7, 0, 0) + Byte(0, 0, 0)) / 2.0f / 255.0f);
+  for (const std::string& path : {png8, png16, exr})
+    std::remove(path.c_str());
+
+  // A grey picture fills all three channels.
+  for (OIIO::TypeDesc type : {OIIO::TypeDesc::UINT8, OIIO::TypeDesc::FLOAT})
+  {
+    const std::string path = WritePicture(type == OIIO::TypeDesc::UINT8 ? "grey.png" : "grey.exr", 4, 2, 1, type,
+                                          [](int x, int y, int) { return (40 * x + 100 * y) / 255.0f; });
+    Picture p;
+    ASSERT_TRUE(p.Load(Filename(path.c_str()), &error)) << error.GetStdString();
+    const Vector c = p.Sample((3 + 0.5) / 4.0, (1 + 0.5) / 2.0, false);
+    EXPECT_LE((c - Vector(220 / 255.0)).GetLength(), 1e-6) << type << ": " << c;
+    std::remove(path.c_str());
+  }
+}
+

@@ -2,6 +2,8 @@
 // objects, the active document and the registry.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "c4d.h"
 #include "c4d_objects.h"
 #include "host_app.h"
@@ -32,17 +34,21 @@ TEST_F(DocTest, InsertAndRemoveKeepTheTreeConsistentAndNodesKnowTheirDocument)
   a->InsertUnderLast(rig);
   c->InsertUnderLast(rig);
   b->InsertAfter(a);
-  EXPECT_EQ(rig->GetDown(), a);
-  EXPECT_EQ(a->GetNext(), b);
-  EXPECT_EQ(c->GetPred(), b);
-  EXPECT_EQ(b->GetUp(), rig);
+  // The rig's children forward and backward, each knowing its parent.
+  const auto children = [&] {
+    std::vector<BaseObject*> forward, backward;
+    for (BaseObject* op = rig->GetDown(); op; op = op->GetNext())
+      forward.push_back(op->GetUp() == rig ? op : nullptr);
+    for (GeListNode* op = rig->GetDownLast(); op; op = op->GetPred())
+      backward.insert(backward.begin(), static_cast<BaseObject*>(op));
+    EXPECT_EQ(forward, backward);
+    return forward;
+  };
+  EXPECT_EQ(children(), (std::vector<BaseObject*>{a, b, c}));
   a->Remove();
-  EXPECT_EQ(rig->GetDown(), b) << "removing the first child moves the parent's link";
-  EXPECT_EQ(b->GetPred(), nullptr);
+  EXPECT_EQ(children(), (std::vector<BaseObject*>{b, c})) << "removing the first child moves the parent's link";
   a->InsertBefore(c);
-  EXPECT_EQ(b->GetNext(), a);
-  EXPECT_EQ(a->GetNext(), c);
-  EXPECT_EQ(rig->GetDownLast(), c);
+  EXPECT_EQ(children(), (std::vector<BaseObject*>{b, a, c}));
 
   BaseTag* tag = a->MakeTag(Tprotection);
   ASSERT_NE(tag, nullptr);
@@ -54,21 +60,14 @@ TEST_F(DocTest, InsertAndRemoveKeepTheTreeConsistentAndNodesKnowTheirDocument)
   EXPECT_EQ(a->GetDocument(), nullptr) << "a removed object belongs to no document";
   EXPECT_EQ(tag->GetDocument(), nullptr);
   BaseObject::Free(a);
-}
 
-TEST_F(DocTest, GlobalMatrixChainsParents)
-{
-  BaseObject* rig = BaseObject::Alloc(Onull);
-  doc->InsertObject(rig, nullptr, nullptr);
+  // Global matrices chain the parents', and setting one sets the local matrix to match.
   rig->SetMl(MatrixMove(Vector(0, 100, 0)) * MatrixRotY(PI05));
-  BaseObject* cam = BaseObject::Alloc(Ocamera);
-  cam->InsertUnder(rig);
-  cam->SetMl(MatrixMove(Vector(0, 0, 10)));
-  EXPECT_NEAR((cam->GetMg().off - Vector(-10, 100, 0)).GetLength(), 0.0, 1e-12);
+  b->SetMl(MatrixMove(Vector(0, 0, 10)));
+  EXPECT_NEAR((b->GetMg().off - Vector(-10, 100, 0)).GetLength(), 0.0, 1e-12);
   const Matrix wanted = MatrixMove(Vector(5, 6, 7)) * MatrixRotX(0.3);
-  cam->SetMg(wanted);
-  EXPECT_NEAR((cam->GetMg().off - wanted.off).GetLength(), 0.0, 1e-12);
-  EXPECT_NEAR((cam->GetMg().v2 - wanted.v2).GetLength(), 0.0, 1e-12);
+  b->SetMg(wanted);
+  EXPECT_NEAR((b->GetMg().off - wanted.off).GetLength() + (b->GetMg().v2 - wanted.v2).GetLength(), 0.0, 1e-12);
 }
 
 TEST_F(DocTest, RenderCameraIsTheLinkElseTheFirstDepthFirstElseTheEditorCamera)
@@ -104,8 +103,6 @@ TEST(HostPolygonObject, ResizeKeepsWhatFitsWithItsTextureCoordinates)
   mesh->GetPointW()[1] = Vector(1, 2, 3);
   mesh->GetPolygonW()[0] = CPolygon(0, 1, 2);
   mesh->GetPolygonW()[1] = CPolygon(0, 2, 3, 1);
-  EXPECT_TRUE(mesh->GetPolygonR()[0].IsTriangle());
-  EXPECT_FALSE(mesh->GetPolygonR()[1].IsTriangle());
   ASSERT_TRUE(mesh->SetUVWEnabled(true));
   ASSERT_NE(mesh->GetUVWW(), nullptr);
   mesh->GetUVWW()[1].c = Vector(0.5, 0.25, 0);

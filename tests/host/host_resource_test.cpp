@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include "host_app.h"
 #include "resource_parser.h"
@@ -39,17 +40,13 @@ void Write(const std::string& path, const std::string& text)
 
 TEST_F(ResourceTest, StringTableOfThePlugin)
 {
-  EXPECT_TRUE(GeLoadString(10000).IsEmpty()) << "nothing loaded yet";
   ASSERT_TRUE(g_resource.Init(kRes));
   EXPECT_EQ(GeLoadString(10000), String("OrlixCam"));
   EXPECT_TRUE(GeLoadString(10999).IsEmpty());
-
   // The render-size question takes six values: four whole numbers and two proportions.
-  const std::string question = GeLoadString(10012).GetStdString();
   char text[512];
-  std::snprintf(text, sizeof(text), question.c_str(), 1920, 1000, 1.92, 1920, 960, 2.0);
+  std::snprintf(text, sizeof(text), GeLoadString(10012).GetStdString().c_str(), 1920, 1000, 1.92, 1920, 960, 2.0);
   EXPECT_NE(std::string(text).find("1920 x 960"), std::string::npos) << text;
-
   g_resource.Free();
   EXPECT_TRUE(GeLoadString(10000).IsEmpty()) << "freed resources give empty texts";
 }
@@ -69,20 +66,13 @@ TEST_F(ResourceTest, DescriptionsOfThePlugin)
 
   Description desc;
   ASSERT_TRUE(desc.LoadDescription(String("OrlixTag")));
-  const BaseContainer* pad = desc.GetParameterI(DescID(1053));
-  ASSERT_NE(pad, nullptr);
-  EXPECT_EQ(pad->GetString(DESC_CUSTOMGUI), String("XYPAD"));
-  const BaseContainer* lens = desc.GetParameterI(DescID(1006));
-  ASSERT_NE(lens, nullptr);
+  const BaseContainer *pad = desc.GetParameterI(DescID(1053)), *lens = desc.GetParameterI(DescID(1006)), *fov = desc.GetParameterI(DescID(1008));
+  ASSERT_TRUE(pad && lens && fov);
   const BaseContainer cycle = lens->GetContainer(DESC_CYCLE);
   EXPECT_EQ(cycle.GetDataCount(), 4);
-  EXPECT_EQ(cycle.GetString(0), String("Panorama"));
-  EXPECT_EQ(cycle.GetString(3), String("Cubemap"));
-  const BaseContainer* fov = desc.GetParameterI(DescID(1008));
-  ASSERT_NE(fov, nullptr);
-  EXPECT_EQ(fov->GetString(DESC_UNIT), String("DEGREE"));
+  EXPECT_EQ(std::vector<String>({pad->GetString(DESC_CUSTOMGUI), cycle.GetString(0), cycle.GetString(3), fov->GetString(DESC_UNIT), fov->GetString(DESC_NAME)}),
+            std::vector<String>({String("XYPAD"), String("Panorama"), String("Cubemap"), String("DEGREE"), String("Field of View")}));
   EXPECT_EQ(fov->GetInt32(DESC_PARENTGROUP), 1007) << "the dome's field sits in the dome group";
-  EXPECT_EQ(fov->GetString(DESC_NAME), String("Field of View"));
 
   // Every parameter of both tables is in its description, by ranges of ids.
   Description vpDesc;
@@ -99,77 +89,69 @@ TEST_F(ResourceTest, DescriptionsOfThePlugin)
   EXPECT_FALSE(Description().LoadDescription(String("Unknown")));
 }
 
-TEST_F(ResourceTest, SymbolAndStringTableMistakesNameTheLine)
+TEST_F(ResourceTest, MistakesInSymbolsStringTablesAndDescriptionsNameFileAndLine)
 {
   const host::SymbolTable symbols = {{"IDS_A", 10000}};
+  const std::string dir = ScratchFolder("orlix_broken_res");
+  Write(dir + "/description/Broken.h", "enum { BROKEN_A = 1000, BROKEN_B = 1001 };\n");
+  Write(dir + "/strings_en-US/description/Broken.str", "STRINGTABLE Broken { Broken \"B\"; BROKEN_A \"A\"; }\n");
+  enum Kind { kSymbols, kStrings, kDescription };
   const struct
   {
     const char* name;
-    Bool stringTable;
+    Kind kind;
     const char* text;
     const char* message;
   } rows[] = {
-    {"missing comma", false, "enum\n{\n  A = 1\n  B = 2\n};\n", "x.h:4: expected ',' or '}' after 'A', found 'B'"},
-    {"cut-off enum", false, "enum\n{\n  A = 1,\n", "x.h:4: expected a symbol name, found the end of the file"},
-    {"unknown value", false, "enum { A = x1 };", "x.h:1: unknown symbol 'x1'"},
-    {"twice", false, "enum { A = 1, A = 2 };", "x.h:1: symbol 'A' defined twice"},
-    {"open comment", false, "/* open\ncomment", "x.h:1: unterminated comment"},
-    {"too large", false, "enum { A = 99999999999 };", "x.h:1: expected a whole number for 'A'"},
-    {"open text", true, "STRINGTABLE\n{\n  IDS_A \"open\n}\n", "s.str:3: unterminated string"},
-    {"unknown id", true, "STRINGTABLE\n{\n  IDS_B \"x\";\n}\n", "s.str:3: unknown symbol 'IDS_B'"},
-    {"no semicolon", true, "STRINGTABLE\n{\n  IDS_A \"x\"\n}\n", "s.str:4: expected ';' after the text of 'IDS_A', found '}'"},
-    {"cut-off table", true, "STRINGTABLE\n{\n  IDS_A \"x\";\n", "s.str:4: expected a symbol, found the end of the file"},
+    {"missing comma", kSymbols, "enum\n{\n  A = 1\n  B = 2\n};\n", "x.h:4: expected ',' or '}' after 'A', found 'B'"},
+    {"cut-off enum", kSymbols, "enum\n{\n  A = 1,\n", "x.h:4: expected a symbol name, found the end of the file"},
+    {"unknown value", kSymbols, "enum { A = x1 };", "x.h:1: unknown symbol 'x1'"},
+    {"twice", kSymbols, "enum { A = 1, A = 2 };", "x.h:1: symbol 'A' defined twice"},
+    {"open comment", kSymbols, "/* open\ncomment", "x.h:1: unterminated comment"},
+    {"too large", kSymbols, "enum { A = 99999999999 };", "x.h:1: expected a whole number for 'A'"},
+    {"open text", kStrings, "STRINGTABLE\n{\n  IDS_A \"open\n}\n", "s.str:3: unterminated string"},
+    {"unknown id", kStrings, "STRINGTABLE\n{\n  IDS_B \"x\";\n}\n", "s.str:3: unknown symbol 'IDS_B'"},
+    {"no semicolon", kStrings, "STRINGTABLE\n{\n  IDS_A \"x\"\n}\n", "s.str:4: expected ';' after the text of 'IDS_A', found '}'"},
+    {"cut-off table", kStrings, "STRINGTABLE\n{\n  IDS_A \"x\";\n", "s.str:4: expected a symbol, found the end of the file"},
+    {"unknown parameter", kDescription, "CONTAINER Broken\n{\n  NAME Broken;\n  BOOL BROKEN_A { }\n  LONG BROKEN_C { }\n}\n",
+     "Broken.res:5: unknown symbol 'BROKEN_C'"},
+    {"open block", kDescription, "CONTAINER Broken\n{\n  NAME Broken;\n  BOOL BROKEN_A {\n",
+     "Broken.res:5: expected '}' to close 'BOOL' of line 4, found the end of the file"},
+    {"unknown element", kDescription, "CONTAINER Broken\n{\n  TOGGLE BROKEN_A { }\n}\n", "Broken.res:3: unknown element 'TOGGLE'"},
+    {"word for a number", kDescription, "CONTAINER Broken\n{\n  REAL BROKEN_A { MIN low; }\n}\n", "Broken.res:3: 'MIN' needs a number"},
   };
   for (const auto& row : rows)
   {
     host::SymbolTable parsed;
     std::vector<std::pair<Int32, String>> out;
     std::string error;
-    EXPECT_FALSE(row.stringTable ? host::ParseStringTable(row.text, "s.str", symbols, out, &error)
-                                 : host::ParseSymbols(row.text, "x.h", parsed, &error)) << "case " << row.name;
-    EXPECT_EQ(error, row.message) << "case " << row.name;
+    String loadError;
+    if (row.kind == kDescription)
+      Write(dir + "/description/Broken.res", row.text);
+    EXPECT_FALSE(row.kind == kSymbols   ? host::ParseSymbols(row.text, "x.h", parsed, &error)
+                 : row.kind == kStrings ? host::ParseStringTable(row.text, "s.str", symbols, out, &error)
+                                        : host::Descriptions().Load(Filename(dir.c_str()), String("Broken"), &loadError) != nullptr)
+      << "case " << row.name;
+    EXPECT_EQ(row.kind == kDescription ? loadError.GetStdString() : error, (row.kind == kDescription ? dir + "/description/" : "") + row.message)
+      << "case " << row.name;
   }
 
-  host::SymbolTable t;
-  std::vector<std::pair<Int32, String>> out;
-  std::string error;
-  ASSERT_TRUE(host::ParseSymbols("#ifndef X\n#define X\n// note\nenum { A = 1000, B, C = A, };\n#endif\n", "ok.h", t, &error)) << error;
-  EXPECT_EQ(t["B"], 1001) << "a symbol without value follows the one before";
-  EXPECT_EQ(t["C"], 1000);
-  ASSERT_TRUE(host::ParseStringTable("STRINGTABLE { IDS_A \"line\\none\" \" more\"; }", "s.str", symbols, out, &error)) << error;
-  EXPECT_EQ(out[0].second, String("line\none more"));
-}
-
-TEST_F(ResourceTest, BrokenDescriptionFilesAreRefusedWithFileAndLine)
-{
-  const std::string dir = ScratchFolder("orlix_broken_res");
-  Write(dir + "/description/Broken.h", "enum { BROKEN_A = 1000, BROKEN_B = 1001 };\n");
-  Write(dir + "/strings_en-US/description/Broken.str", "STRINGTABLE Broken { Broken \"B\"; BROKEN_A \"A\"; }\n");
-  String error;
-
-  const struct
-  {
-    const char* res;
-    std::string where;
-  } cases[] = {
-    {"CONTAINER Broken\n{\n  NAME Broken;\n  BOOL BROKEN_A { }\n  LONG BROKEN_C { }\n}\n", "5: unknown symbol 'BROKEN_C'"},
-    {"CONTAINER Broken\n{\n  NAME Broken;\n  BOOL BROKEN_A {\n",
-     "5: expected '}' to close 'BOOL' of line 4, found the end of the file"},
-    {"CONTAINER Broken\n{\n  TOGGLE BROKEN_A { }\n}\n", "3: unknown element 'TOGGLE'"},
-    {"CONTAINER Broken\n{\n  REAL BROKEN_A { MIN low; }\n}\n", "3: 'MIN' needs a number"},
-  };
-  for (const auto& c : cases)
-  {
-    Write(dir + "/description/Broken.res", c.res);
-    EXPECT_EQ(host::Descriptions().Load(Filename(dir.c_str()), String("Broken"), &error), nullptr);
-    EXPECT_EQ(error, String((dir + "/description/Broken.res:" + c.where).c_str()));
-  }
-
+  // A description without its strings loads nothing.
   std::remove((dir + "/strings_en-US/description/Broken.str").c_str());
   Write(dir + "/description/Broken.res", "CONTAINER Broken\n{\n  BOOL BROKEN_A { }\n}\n");
+  String error;
   EXPECT_EQ(host::Descriptions().Load(Filename(dir.c_str()), String("Broken"), &error), nullptr);
   EXPECT_EQ(error, String(("cannot read " + dir + "/strings_en-US/description/Broken.str").c_str()));
   EXPECT_EQ(host::Descriptions().Find(String("Broken")), nullptr) << "nothing half-loaded stays";
+
+  host::SymbolTable t;
+  std::vector<std::pair<Int32, String>> out;
+  std::string text;
+  ASSERT_TRUE(host::ParseSymbols("#ifndef X\n#define X\n// note\nenum { A = 1000, B, C = A, };\n#endif\n", "ok.h", t, &text)) << text;
+  EXPECT_EQ(t["B"], 1001) << "a symbol without value follows the one before";
+  EXPECT_EQ(t["C"], 1000);
+  ASSERT_TRUE(host::ParseStringTable("STRINGTABLE { IDS_A \"line\\none\" \" more\"; }", "s.str", symbols, out, &text)) << text;
+  EXPECT_EQ(out[0].second, String("line\none more"));
 }
 
 TEST_F(ResourceTest, MissingOrBrokenStringFilesFailTheStart)

@@ -1,7 +1,9 @@
 // Scene files over the host alone (no plug-in): what only the host's own objects hold through
 // saving and loading, OBJ meshes, and the limits on what a scene may ask for.
+#include <algorithm>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -50,50 +52,33 @@ TEST_F(HostSceneFile, WhatTheRichSceneLacksSurvivesSavingAndLoading)
 
   DocPtr back = RoundTrip(doc.get());
   ASSERT_TRUE(back);
-  EXPECT_EQ(back->GetFps(), 24);
-  EXPECT_DOUBLE_EQ(back->GetMinTime().Get(), 1.5);
-  EXPECT_DOUBLE_EQ(back->GetMaxTime().Get(), 7.25);
-  EXPECT_DOUBLE_EQ(back->GetTime().Get(), 2.0);
+  EXPECT_EQ(std::vector<Float>({Float(back->GetFps()), back->GetMinTime().Get(), back->GetMaxTime().Get(), back->GetTime().Get()}),
+            std::vector<Float>({24, 1.5, 7.25, 2.0})) << "frame rate, first, last and current time";
   EXPECT_TRUE(*back->GetActiveRenderData()->GetDataInstance() == *rd) << "render settings differ";
   int compared = 0;
   ExpectSameTree(doc->GetFirstObject(), back->GetFirstObject(), doc.get(), back.get(), compared, false);
   EXPECT_EQ(compared, 2);
   auto* quad = static_cast<PolygonObject*>(back->SearchObject(String("Quad")));
   ASSERT_TRUE(quad && quad->GetType() == Opolygon && quad->GetPointCount() == 4);
-  for (int i = 0; i < 4; ++i)
-    EXPECT_EQ(quad->GetPointR()[i], pts[i]) << "point " << i;
+  EXPECT_TRUE(std::equal(pts, pts + 4, quad->GetPointR()));
   EXPECT_TRUE(quad->GetPolygonR()[0].IsTriangle());
   EXPECT_EQ(quad->GetPolygonR()[1].d, 1);
 }
 
-TEST_F(HostSceneFile, ObjMeshesKeepPointsPolygonsAndTextureCoordinates)
+TEST_F(HostSceneFile, ObjMeshesKeepTheirQuadsAndTurnTextureCoordinatesDownward)
 {
-  // A quad and a triangle; OBJ counts from 1 and its v runs upward.
-  Write("shape.obj", "# two faces\nv 0 0 0\nv 2 0 0\nv 2 3 0\nv 0 3 0\nv 1 5 1\n"
-                     "vt 0 0\nvt 1 0\nvt 1 1\nvt 0 1\nvt 0.5 0.25\n"
+  // The rest of OBJ loading goes through the plug-in's scene test; OBJ counts from 1, its v runs upward.
+  Write("shape.obj", "v 0 0 0\nv 2 0 0\nv 2 3 0\nv 0 3 0\nv 1 5 1\nvt 0 0\nvt 1 0\nvt 1 1\nvt 0 1\nvt 0.5 0.25\n"
                      "f 1/1 2/2 3/3 4/4\nf 4/4 3/3 5/5\n");
   host::scene::SceneError error;
-  DocPtr d = Load(R"({"format": "orlixcam-scene/1", "objects": [
-      {"type": "mesh", "name": "Shape", "file": "shape.obj", "position": [0, 0, 10]}]})",
-                  &error);
+  DocPtr d = Load(R"({"format": "orlixcam-scene/1", "objects": [{"type": "mesh", "name": "Shape", "file": "shape.obj"}]})", &error);
   ASSERT_TRUE(d) << error.Message();
   auto* mesh = static_cast<PolygonObject*>(d->SearchObject(String("Shape")));
-  ASSERT_NE(mesh, nullptr);
-  ASSERT_EQ(mesh->GetType(), Opolygon);
-  ASSERT_EQ(mesh->GetPointCount(), 5);
-  ASSERT_EQ(mesh->GetPolygonCount(), 2);
-  EXPECT_EQ(mesh->GetPointR()[2], Vector(2, 3, 0));
-  EXPECT_EQ(mesh->GetPointR()[4], Vector(1, 5, 1));
-  const CPolygon& q = mesh->GetPolygonR()[0];
-  EXPECT_TRUE(q.a == 0 && q.b == 1 && q.c == 2 && q.d == 3) << q.a << " " << q.b << " " << q.c << " " << q.d;
-  const CPolygon& t = mesh->GetPolygonR()[1];
-  EXPECT_TRUE(t.IsTriangle());
-  EXPECT_TRUE(t.a == 3 && t.c == 4) << t.a << " " << t.c;
-  ASSERT_NE(mesh->GetUVWR(), nullptr) << "the file has texture coordinates";
+  ASSERT_TRUE(mesh && mesh->GetPolygonCount() == 2 && mesh->GetUVWR());
+  const CPolygon &q = mesh->GetPolygonR()[0], &t = mesh->GetPolygonR()[1];
+  EXPECT_EQ(std::vector<Int32>({q.a, q.b, q.c, q.d, t.a, t.c, t.d}), std::vector<Int32>({0, 1, 2, 3, 3, 4, 4}));
   EXPECT_EQ(mesh->GetUVWR()[0].a, Vector(0, 1, 0)) << "v downward: OBJ's bottom left is the top's v 1";
-  EXPECT_EQ(mesh->GetUVWR()[0].c, Vector(1, 0, 0));
   EXPECT_EQ(mesh->GetUVWR()[1].c, Vector(0.5, 0.75, 0));
-  EXPECT_EQ(mesh->GetMl().off, Vector(0, 0, 10));
 }
 
 TEST_F(HostSceneFile, BadMeshesAndSizesAreNamed)
