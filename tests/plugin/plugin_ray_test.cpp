@@ -29,23 +29,16 @@ ChannelData g_lastSample;
 std::atomic<int> g_samples{0};
 std::atomic<int> g_opens{0};
 
-class RecordingKernel : public host::ShaderKernel
+struct RecordingKernel : host::ShaderKernel
 {
-public:
   void InitDefaults(BaseContainer&) const override {}
   INITRENDERRESULT InitRender(const BaseContainer&, const InitRenderStruct&) override { return INITRENDERRESULT_OK; }
   void FreeRender() override {}
-  Vector Sample(const ChannelData& cd) const override
-  {
-    g_lastSample = cd;
-    ++g_samples;
-    return Vector(0.5, 7, 7);
-  }
+  Vector Sample(const ChannelData& cd) const override { return g_lastSample = cd, ++g_samples, Vector(0.5, 7, 7); }
 };
 
-class OpensOnceKernel : public RecordingKernel
+struct OpensOnceKernel : RecordingKernel
 {
-public:
   INITRENDERRESULT InitRender(const BaseContainer&, const InitRenderStruct&) override
   {
     return ++g_opens == 1 ? INITRENDERRESULT_OK : INITRENDERRESULT_UNKNOWNERROR;
