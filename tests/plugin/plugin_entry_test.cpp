@@ -131,12 +131,10 @@ TEST(PluginText, FrameNumbersAndTimecodes)
 TEST(PluginText, PixelPositionsFromAnyDoubleStayWithinInt32)
 {
   constexpr Int32 kMax = std::numeric_limits<Int32>::max(), kMin = std::numeric_limits<Int32>::min();
-  EXPECT_EQ(TruncateToInt32(-2.7), -2) << "toward zero, not down";
-  EXPECT_EQ(TruncateToInt32(std::nan("")), 0);
-  EXPECT_EQ(TruncateToInt32(HUGE_VAL), kMax);
-  EXPECT_EQ(TruncateToInt32(-HUGE_VAL), kMin);
-  EXPECT_EQ(TruncateToInt32(3.0e9), kMax);
-  EXPECT_EQ(TruncateToInt32(-3.0e9), kMin);
+  const struct { double in; Int32 out; } rows[] = {
+    {-2.7, -2}, {std::nan(""), 0}, {HUGE_VAL, kMax}, {-HUGE_VAL, kMin}, {3.0e9, kMax}, {-3.0e9, kMin}};
+  for (const auto& r : rows)
+    EXPECT_EQ(TruncateToInt32(r.in), r.out) << "from " << r.in;
 }
 
 TEST(PluginText, DateTimeHasTheSlateShape)
@@ -149,13 +147,8 @@ TEST(PluginText, DateTimeHasTheSlateShape)
 
 TEST(PluginText, SplitLinesKeepsEmptyLines)
 {
-  auto lines = SplitLines(String("TITLE\n\nLicence"));
-  ASSERT_EQ(lines.size(), 3u);
-  EXPECT_EQ(lines[0], String("TITLE"));
-  EXPECT_TRUE(lines[1].IsEmpty());
-  EXPECT_EQ(lines[2], String("Licence"));
-  EXPECT_EQ(SplitLines(String()).size(), 1u) << "an empty text is one empty line";
-  lines = SplitLines(String("end\n"));
-  ASSERT_EQ(lines.size(), 2u) << "a trailing line feed gives an empty last line";
-  EXPECT_TRUE(lines[1].IsEmpty());
+  const std::vector<String> three = {String("TITLE"), String(), String("Licence")};
+  EXPECT_EQ(SplitLines(String("TITLE\n\nLicence")), three);
+  EXPECT_EQ(SplitLines(String()), std::vector<String>{String()}) << "an empty text is one empty line";
+  EXPECT_EQ(SplitLines(String("end\n")), (std::vector<String>{String("end"), String()})) << "a trailing line feed";
 }

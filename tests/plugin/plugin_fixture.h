@@ -3,10 +3,38 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "c4d.h"
 #include "c4d_resource.h"
 #include "host_app.h"
+#include "lens/lens_projection.h"
 #include "register.h"
+
+/// The settings of `kind` at its usual field (a half turn for the dome, a full one otherwise),
+/// spans worked out, then changed by `edit`: the one way tests build a setting.
+inline LensSettings LensFor(LensKind kind, const std::function<void(LensSettings&)>& edit = {})
+{
+  LensSettings s;
+  s.lens = kind;
+  s.fov = kind == LensKind::Dome ? PI : PI2;
+  if (edit)
+    edit(s);
+  UpdateSpans(s);
+  return s;
+}
+
+/// Makes `state` shoot `settings` into an image of `width` x `height` from `start`, bleed 10.
+inline void UseLens(LensState& state, const LensSettings& settings, Int32 width, Int32 height, Vector start = Vector())
+{
+  state.settings = settings;
+  state.activeArea = LensArea();
+  state.activeArea.start = start;
+  state.activeArea.end = start + Vector(width - 1.0, height - 1.0, 0.0);
+  UpdateArea(state.activeArea);
+  state.pixelStep = PixelStep(state.activeArea);
+  state.bleedPixels = 10;
+}
 
 /// Runs the plug-in's start stages with the repository as its folder (it holds res/), and gives
 /// each test an active document. Every test starts from an empty host.

@@ -14,19 +14,13 @@ namespace
 class TestBuffer : public VPBuffer
 {
 public:
-  TestBuffer(Int32 w, Int32 h, Int32 bits = 32, Int32 comps = 4) : width(w), height(h), bitdepth(bits), cpp(comps)
-  {
-    px.assign(size_t(w) * h * 4, 0.0f);
-  }
+  TestBuffer(Int32 w, Int32 h, Int32 bits = 32, Int32 comps = 4)
+    : width(w), height(h), bitdepth(bits), cpp(comps), px(size_t(w) * h * 4, 0.0f) {}
   Int32 GetInfo(Int32 type) const override
   {
-    switch (type)
-    {
-      case VPGETINFO_XRESOLUTION: return width;
-      case VPGETINFO_YRESOLUTION: return height;
-      case VPGETINFO_BITDEPTH: return bitdepth;
-      default: return cpp;
-    }
+    return type == VPGETINFO_XRESOLUTION ? width
+         : type == VPGETINFO_YRESOLUTION ? height
+         : type == VPGETINFO_BITDEPTH    ? bitdepth : cpp;
   }
   Bool GetLine(Int32 x, Int32 y, Int32 cnt, void* data, Int32, Bool) const override
   {
@@ -39,11 +33,6 @@ public:
     return true;
   }
   Float32* At(Int32 x, Int32 y) { return &px[(size_t(y) * width + x) * 4]; }
-  void Fill(Float32 r, Float32 g, Float32 b, Float32 a)
-  {
-    for (size_t i = 0; i < px.size(); i += 4)
-      px[i] = r, px[i + 1] = g, px[i + 2] = b, px[i + 3] = a;
-  }
 
   Int32 width, height, bitdepth, cpp;
   std::vector<Float32> px;
@@ -83,16 +72,21 @@ Bitmap Solid(Int32 w, Int32 h, Int32 r, Int32 g, Int32 b, Int32 alpha = -1)
 
 struct Overlays : PluginTest
 {
-  /// A mono dome of diameter `d` filling the height of a `w` × `h` frame, with the logo's corner
-  /// as the render's start works it out, and black corners.
-  void Dome(Int32 w, Int32 h, Int32 d)
+  /// A mono dome of diameter `d` filling the height of `buf`'s frame, with the logo's corner as
+  /// the render's start works it out; the image's closing drawing into `buf`.
+  VideoPostStruct Dome(TestBuffer& buf, Int32 d)
   {
+    const Int32 w = buf.width, h = buf.height;
+    render = std::make_unique<BufferRender>(&buf);
+    VideoPostStruct vps;
+    vps.render = render.get();
     vp->activeArea = Area(0, 0, w - 1, h - 1);
     vp->domeDiameter = d;
     vp->logoInset = d / 2.0 - std::sin(0.25 * 3.14159265358979323846) * (d / 2.0);
     vp->logoCorner = Area(w - 1 - vp->logoInset, h - 1 - vp->logoInset, w - 1, h - 1);
-    vp->settings.maskMode = MaskMode::Black;
+    return vps;
   }
+  std::unique_ptr<BufferRender> render;
 
   std::unique_ptr<OrlixCamVP> vp{static_cast<OrlixCamVP*>(OrlixCamVP::Alloc())};
 };
@@ -101,7 +95,8 @@ struct Overlays : PluginTest
 TEST_F(Overlays, BlitBlendsByCoverageAndKeepsTheLargerAlpha)
 {
   TestBuffer buf(4, 4);
-  buf.Fill(0.2f, 0.4f, 0.6f, 0.5f);
+  for (size_t i = 0; i < buf.px.size(); i += 4)
+    buf.px[i] = 0.2f, buf.px[i + 1] = 0.4f, buf.px[i + 2] = 0.6f, buf.px[i + 3] = 0.5f;
   // Without an alpha channel the first component is the coverage: red 255 covers fully.
   Bitmap full = Solid(2, 2, 255, 0, 0);
   ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, full.get(), &buf, Area(0, 0, 1, 1), false));
@@ -163,10 +158,7 @@ TEST_F(Overlays, LogoCornerOfAWideDomeGrowsToTheLeft)
 {
   // A mono dome at 2:1, 2000 × 1000: the corner is 147 wide, the logo's area twice that plus one.
   TestBuffer buf(2000, 1000);
-  BufferRender render(&buf);
-  VideoPostStruct vps;
-  vps.render = &render;
-  Dome(2000, 1000, 1000);
+  VideoPostStruct vps = Dome(buf, 1000);
   ASSERT_EQ(vp->logoCorner.width, 147);
   vp->settings.logoMode = LogoMode::File;
   ASSERT_TRUE(Solid(10, 10, 255, 255, 255)->CopyTo(vp->logoBitmap));
@@ -190,10 +182,9 @@ TEST_F(Overlays, TechnicalBlockLines)
   vp->docMaxTime = BaseTime(10.0, 1.0);
   const std::vector<String> lines = SlateTechnicalLines(*vp);
   ASSERT_EQ(lines.size(), 6u);
-  EXPECT_EQ(lines[0], String("<Document>")) << "a document without a name";
-  EXPECT_EQ(lines[1], String("Resolution: 2000 x 1000"));
-  EXPECT_EQ(lines[2], String("Total Time: 000:10.00"));
-  EXPECT_EQ(lines[3], String("Total Frames: 000241"));
+  const std::vector<String> first = {String("<Document>"), String("Resolution: 2000 x 1000"),
+                                     String("Total Time: 000:10.00"), String("Total Frames: 000241")};
+  EXPECT_EQ(std::vector<String>(lines.begin(), lines.begin() + 4), first) << "a document without a name first";
   vp->documentName = Filename("/scenes/show/Opening.json");
   EXPECT_EQ(SlateTechnicalLines(*vp)[0], String("Opening.json")) << "the file part of the name";
 }
@@ -203,15 +194,13 @@ TEST_F(Overlays, SlateTextIsWhiteCoverageFromTheMarginOn)
   // A dome of 2000: the margin is 9, not 10.
   const Int32 D = 2000;
   TestBuffer buf(D, D);
-  BufferRender render(&buf);
-  VideoPostStruct vps;
-  vps.render = &render;
-  Dome(D, D, D);
-  vp->settings.logoMode = LogoMode::None;
-  vp->settings.showSlateText = vp->settings.showInfo = vp->settings.showTimecode = vp->settings.showFrameNumber = true;
-  vp->settings.slateText = String("Title\nSecond line");
-  vp->settings.slateTextSize = 1.0;
-  vp->settings.fps = 25.0;
+  VideoPostStruct vps = Dome(buf, D);
+  vp->settings = LensFor(LensKind::Dome, [](LensSettings& s) {
+    s.showSlateText = s.showInfo = s.showTimecode = s.showFrameNumber = true;
+    s.slateText = String("Title\nSecond line");
+    s.slateTextSize = 1.0;
+    s.fps = 25.0;
+  });
   vp->frameTime = BaseTime(2.0, 1.0);
   vp->docMaxTime = BaseTime(4.0, 1.0);
   ASSERT_EQ(DrawOverlays(*vp, &vps), RENDERRESULT_OK);

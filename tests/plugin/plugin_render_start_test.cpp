@@ -46,20 +46,16 @@ struct RenderStart : PluginTest
     Settings().SetInt32(RDATA_YRES, h);
     auto render = std::make_unique<SettingsRender>(doc->GetActiveRenderData()->GetData());
     vp->AllocateBuffers(vpNode, render.get(), doc);
-    VideoPostStruct vps;
-    vps.vp = VIDEOPOSTCALL_FRAMESEQUENCE;
-    vps.open = true;
-    vps.doc = doc;
-    vps.render = render.get();
-    vp->Execute(vpNode, &vps);
+    Open(VIDEOPOSTCALL_FRAMESEQUENCE, render.get());
     return render;
   }
-  void OpenImage()
+  void Open(VIDEOPOSTCALL call = VIDEOPOSTCALL_RENDER, Render* render = nullptr)
   {
     VideoPostStruct vps;
-    vps.vp = VIDEOPOSTCALL_RENDER;
+    vps.vp = call;
     vps.open = true;
     vps.doc = doc;
+    vps.render = render;
     vp->Execute(vpNode, &vps);
   }
 };
@@ -171,8 +167,8 @@ TEST_F(RenderStart, SnapshotTakesTheLensSettings)
   EXPECT_DOUBLE_EQ(vp->settings.verticalStart, 0.25);
   EXPECT_DOUBLE_EQ(vp->settings.verticalEnd, 1.0);
   EXPECT_FALSE(vp->settings.slateOn) << "the slate belongs to domes only";
-  OpenImage();
-  OpenImage();
+  Open();
+  Open();
   EXPECT_EQ(vp->subRenderIndex, 0) << "a mono render stays at image 0";
   EXPECT_EQ(vp->activeArea.start, Vector());
   EXPECT_EQ(vp->activeArea.end, Vector(199, 99, 0));
@@ -183,7 +179,7 @@ TEST_F(RenderStart, DomeLogoCorner)
   // Pictures that don't load are the whole-render tests'.
   VP().SetBool(ORLIXVP_SLATE, true);
   Start(1000, 1000);
-  OpenImage();
+  Open();
   EXPECT_EQ(vp->activeArea.radius, 500.0);
   EXPECT_DOUBLE_EQ(vp->logoInset, 146.44660940672628);
   EXPECT_EQ(vp->logoCorner.end, Vector(999, 999, 0));
@@ -199,22 +195,4 @@ TEST_F(RenderStart, CubemapPreviewIsOneSquareFace)
   Start(1000, 1000);
   EXPECT_EQ(vp->plan.frameArea.height, 1000) << "a cubemap preview is square";
   EXPECT_EQ(vp->gridSize, Vector(1, 1, 0)) << "a preview shows one face";
-}
-
-TEST_F(RenderStart, PixelStagePaintsOutsideTheDome)
-{
-  Start(101, 101);
-  OpenImage();
-  auto paint = [&](Int32 x, Int32 y) {
-    float col[4] = {0.5f, 0.5f, 0.5f, 0.0f};
-    PixelPost pp;
-    pp.line = y;
-    pp.col = col;
-    pp.comp = 4;
-    vp->ExecutePixel(vpNode, &pp, x, 0, 0);
-    return col[0] == 0.0f && col[3] == 1.0f;
-  };
-  // The mask modes are the whole-render tests'; here the rim's pixel.
-  EXPECT_TRUE(paint(0, 0)) << "the corner of a dome is opaque black";
-  EXPECT_FALSE(paint(100, 50)) << "the rim itself is inside";
 }

@@ -188,22 +188,6 @@ TEST_F(SceneFile, SavingIntoAFolderThatCantBeWrittenLeavesNothing)
   EXPECT_FALSE(std::filesystem::exists(dir / "missing"));
 }
 
-TEST_F(SceneFile, ParameterValuesForTheCommandLine)
-{
-  // Unknown names, cycle symbols and values out of range go through the command line's --set in
-  // its own tests.
-  BaseTag* tag = AddTaggedCamera("Cam")->GetFirstTag();
-  Int32 id = 0;
-  ASSERT_TRUE(host::scene::ResolveParameter("1006", &id));
-  EXPECT_EQ(id, 1006);
-  GeData value;
-  std::string problem;
-  ASSERT_TRUE(host::scene::ParseParameterValue(tag, ORLIXTAG_DOME_FOV, "{\"deg\": 90}", &value, &problem)) << problem;
-  EXPECT_NEAR(value.GetFloat(), kPi / 2, 1e-15);
-  EXPECT_FALSE(host::scene::ParseParameterValue(tag, ORLIXTAG_STEREO, "maybe", &value, &problem));
-  EXPECT_NE(problem.find("expected true or false"), std::string::npos) << problem;
-}
-
 TEST_F(SceneFile, EveryDefaultSurvivesSavingAndLoading)
 {
   // Found by fuzzing: a default that lay outside its own description's range (a percentage read

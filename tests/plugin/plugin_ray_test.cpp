@@ -1,9 +1,8 @@
-// Stereo rays through CreateRay: the eye per ray, the cylinder's origin, convergence, and the
-// separation map linked from a real tag, with the render's own copy of it.
+// CreateRay: image position, camera matrix, the cylinder's origin, the eye per ray, convergence,
+// and the separation map linked from a real tag, with the render's own copy of it.
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cmath>
 #include <fstream>
 #include <memory>
 #include <thread>
@@ -30,23 +29,16 @@ ChannelData g_lastSample;
 std::atomic<int> g_samples{0};
 std::atomic<int> g_opens{0};
 
-class RecordingKernel : public host::ShaderKernel
+struct RecordingKernel : host::ShaderKernel
 {
-public:
   void InitDefaults(BaseContainer&) const override {}
   INITRENDERRESULT InitRender(const BaseContainer&, const InitRenderStruct&) override { return INITRENDERRESULT_OK; }
   void FreeRender() override {}
-  Vector Sample(const ChannelData& cd) const override
-  {
-    g_lastSample = cd;
-    ++g_samples;
-    return Vector(0.5, 7, 7);
-  }
+  Vector Sample(const ChannelData& cd) const override { return g_lastSample = cd, ++g_samples, Vector(0.5, 7, 7); }
 };
 
-class OpensOnceKernel : public RecordingKernel
+struct OpensOnceKernel : RecordingKernel
 {
-public:
   INITRENDERRESULT InitRender(const BaseContainer&, const InitRenderStruct&) override
   {
     return ++g_opens == 1 ? INITRENDERRESULT_OK : INITRENDERRESULT_UNKNOWNERROR;
@@ -68,8 +60,8 @@ BaseContainer Knot(double position, double value)
   return ::testing::AssertionFailure() << a << " vs " << b;
 }
 
-/// An active stereo lens on a tagged camera; the lens kind is up to each test.
-class StereoRayTest : public PluginTest
+/// An active lens on a tagged camera; `Stereo` gives it eyes 6.5 apart.
+class RayTest : public PluginTest
 {
 protected:
   void SetUp() override
@@ -79,7 +71,7 @@ protected:
       return;
     host::RegisterShaderKernel(kRecordingShader, [] { return std::unique_ptr<host::ShaderKernel>(new RecordingKernel); });
     host::RegisterShaderKernel(kOpensOnceShader, [] { return std::unique_ptr<host::ShaderKernel>(new OpensOnceKernel); });
-    camera = AddTaggedCamera("Stereo Camera");
+    camera = AddTaggedCamera("Lens Camera");
     tag = camera->GetTag(1035138);
     ASSERT_NE(tag, nullptr);
     tagData = tag->GetDataInstance();
@@ -87,9 +79,6 @@ protected:
     vp->camera = camera;
     vp->tag = tag;
     vp->tagData = tagData;
-    vp->settings.isStereo = true;
-    vp->settings.eyeSeparation = 2 * kHalf;
-    vp->bleedPixels = 10;
   }
 
   void TearDown() override
@@ -98,36 +87,14 @@ protected:
     PluginTest::TearDown();
   }
 
-  void Area(Int32 width, Int32 height)
+  void Stereo(LensKind kind, Int32 width, Int32 height, const std::function<void(LensSettings&)>& edit = {})
   {
-    vp->activeArea = LensArea();
-    vp->activeArea.end = Vector(width - 1.0, height - 1.0, 0.0);
-    UpdateArea(vp->activeArea);
-    vp->pixelStep = PixelStep(vp->activeArea);
-  }
-
-  void Dome(Int32 size)
-  {
-    Area(size, size);
-    vp->settings.lens = LensKind::Dome;
-    vp->settings.fov = PI;
-  }
-
-  void Panorama(Int32 width, Int32 height)
-  {
-    Area(width, height);
-    vp->settings.lens = LensKind::Panorama;
-    vp->settings.fov = PI2;
-    UpdateSpans(vp->settings);
-  }
-
-  void Cylinder(Int32 width, Int32 height, Float stripHeight)
-  {
-    Area(width, height);
-    vp->settings.lens = LensKind::Cylindrical;
-    vp->settings.fov = PI2;
-    UpdateSpans(vp->settings);
-    vp->settings.cylinderHeight = stripHeight;
+    UseLens(*vp, LensFor(kind, [&](LensSettings& s) {
+      s.isStereo = true;
+      s.eyeSeparation = 2 * kHalf;
+      if (edit)
+        edit(s);
+    }), width, height);
   }
 
   /// The eye record as the stereo cameras make it: the camera's matrix moved along its x axis.
@@ -159,6 +126,22 @@ protected:
     return r;
   }
 
+  /// Rays over a grid of every `step`-th pixel: how many had a direction, and how many
+  /// allocations they cost.
+  std::pair<int, long> Sweep(Int32 width, Int32 height, Int32 step)
+  {
+    int made = 0;
+    const long before = ThreadAllocationCount();
+    for (int y = 0; y < height; y += step)
+      for (int x = 0; x < width; x += step)
+      {
+        Ray r;
+        vp->CreateRay(&r, x + 0.25, y - 0.25);
+        made += !r.v.IsZero();
+      }
+    return {made, ThreadAllocationCount() - before};
+  }
+
   std::unique_ptr<OrlixCamVP> vp{static_cast<OrlixCamVP*>(OrlixCamVP::Alloc())};
   BaseObject* camera = nullptr;
   BaseTag* tag = nullptr;
@@ -176,30 +159,84 @@ std::string WriteGreyPicture(unsigned char value)
 }
 } // namespace
 
-TEST_F(StereoRayTest, CylinderOriginGoesAlongWorldAxesInStereoAndCameraAxesInMono)
+TEST_F(RayTest, PixelPositionsAndEdgeCases)
 {
-  Cylinder(101, 101, 100);
-  vp->settings.eyeModel = static_cast<EyeModel>(0);
-  // Turned a quarter about Z: the camera's y axis is world +X.
+  // A full-sphere panorama turns uv into a known direction: read the position back from it.
+  UseLens(*vp, LensFor(LensKind::Panorama), 201, 101, Vector(100, 50, 0));
+  EXPECT_TRUE(Near(Shoot(200, 100).v, Vector(0, 0, 1))) << "centre pixel is uv (0.5, 0.5)";
+  EXPECT_TRUE(Near(Shoot(100, 50).v, Vector(0, 1, 0))) << "first pixel is uv (0, 0): the pole";
+  EXPECT_TRUE(Near(Shoot(250, 100).v, Vector(1, 0, 0))) << "uv (0.75, 0.5)";
+  EXPECT_TRUE(Near(Shoot(300, 150).v, Vector(0, -1, 0))) << "last pixel is uv (1, 1)";
+
+  UseLens(*vp, LensFor(LensKind::Dome), 1, 1);
+  EXPECT_EQ(Shoot(0, 0).v, Vector(0, 0, 1)) << "a one-pixel area looks through the centre";
+
+  UseLens(*vp, LensFor(LensKind::Dome), 100, 100);
+  camera->SetMg(MatrixMove(Vector(7, 8, 9)));
+  // Beyond the area, and a corner outside the dome's circle: a zero ray, not the camera's.
+  for (const Ray& r : {Shoot(-20, 50), Shoot(0, 0)})
+    EXPECT_TRUE(r.p == Vector() && r.v == Vector()) << r.p << " " << r.v;
+
+  vp->isActive = false;
+  const Ray untouched = Shoot(10, 10);
+  EXPECT_TRUE(untouched.p == Vector(-9, -9, -9) && untouched.v == Vector(-9, -9, -9)) << "inactive leaves the ray alone";
+}
+
+TEST_F(RayTest, MonoRayFollowsTheCamerasGlobalMatrix)
+{
+  UseLens(*vp, LensFor(LensKind::Dome), 101, 101);
+  const Matrix mg = MatrixMove(Vector(1, 2, 3)) * MatrixRotY(0.4) * MatrixRotX(-0.3);
+  camera->SetMg(mg);
+  const Ray centre = Shoot(50, 50);
+  EXPECT_TRUE(Near(centre.p, Vector(1, 2, 3)));
+  EXPECT_TRUE(Near(centre.v, mg.v3)) << "the centre looks along the camera's z axis";
+  EXPECT_TRUE(Near(Shoot(100, 50).v, mg.v1)) << "the rim's right edge looks along the camera's x axis";
+
+  camera->SetMg(MatrixScale(Vector(2, 2, 2)));
+  EXPECT_NEAR(Shoot(20, 30).v.GetLength(), 2.0, 1e-12) << "the ray is not normalised";
+
+  BaseObject* rig = BaseObject::Alloc(Onull);
+  rig->SetMl(MatrixMove(Vector(0, 150, 0)));
+  doc->InsertObject(rig, nullptr, nullptr);
+  camera->Remove();
+  camera->SetMl(Matrix());
+  camera->InsertUnder(rig);
+  EXPECT_TRUE(Near(Shoot(50, 50).p, Vector(0, 150, 0))) << "a parented camera by its global matrix";
+}
+
+TEST_F(RayTest, CylinderOriginSlidesAlongTheStrip)
+{
+  UseLens(*vp, LensFor(LensKind::Cylindrical, [](LensSettings& s) { s.cylinderHeight = 100; }), 101, 101);
+  EXPECT_TRUE(Near(Shoot(50, 0).p, Vector(0, 50, 0)));
+  EXPECT_TRUE(Near(Shoot(50, 100).p, Vector(0, -50, 0)));
+  EXPECT_NEAR(Shoot(50, 0).v.y, 0.0, 1e-15) << "the strip looks horizontally";
+  EXPECT_NEAR(Shoot(50, -1).p.y, 51.0, 1e-9) << "within the bleed the strip runs on beyond its height";
+  vp->currentFace.flipY = true;
+  EXPECT_TRUE(Near(Shoot(50, 0).p, Vector(0, -50, 0))) << "the origin follows the channel's flip";
+  vp->currentFace.flipY = false;
+  vp->settings.cylinderAxisTurned = true;
+  EXPECT_TRUE(Near(Shoot(0, 50).p, Vector(-50, 0, 0)));
+  EXPECT_TRUE(Near(Shoot(100, 50).p, Vector(50, 0, 0)));
+
+  // In stereo the offset goes along the world's axes, in mono along the camera's. Turned a
+  // quarter about Z, the camera's y axis is world +X; the left eye stands at (10, 3.25, 0).
+  Stereo(LensKind::Cylindrical, 101, 101, [](LensSettings& s) { s.cylinderHeight = 100; });
   camera->SetMg(MatrixMove(Vector(10, 0, 0)) * MatrixRotZ(PI05));
   UseEye(-kHalf);
-
-  // Top row: oy = +50. The left eye stands at (10, 3.25, 0) in the world.
   const Ray stereo = Shoot(50, 0);
   EXPECT_TRUE(Near(stereo.p, Vector(10, 3.25 + 50, 0), 1e-9)) << "stereo: offset along world y";
   vp->settings.isStereo = false;
   const Ray mono = Shoot(50, 0);
   EXPECT_TRUE(Near(mono.p, Vector(10 + 50, 0, 0), 1e-9)) << "mono: offset along the camera's y";
   EXPECT_TRUE(Near(stereo.v, mono.v)) << "the fixed eye looks as the camera does";
-
   vp->settings.isStereo = true;
   vp->settings.cylinderAxisTurned = true;
   EXPECT_TRUE(Near(Shoot(0, 50).p, Vector(10 - 50, 3.25, 0), 1e-9)) << "turned strip: ox = -50 along world x";
 }
 
-TEST_F(StereoRayTest, EyeModelsPlaceBothEyesInTheCamerasFrame)
+TEST_F(RayTest, EyeModelsPlaceBothEyesInTheCamerasFrame)
 {
-  Panorama(201, 101);
+  Stereo(LensKind::Panorama, 201, 101);
   const Matrix cam = MatrixMove(Vector(1, 2, 3)) * MatrixRotY(0.5);
   camera->SetMg(cam);
   const struct
@@ -227,13 +264,11 @@ TEST_F(StereoRayTest, EyeModelsPlaceBothEyesInTheCamerasFrame)
   }
 }
 
-TEST_F(StereoRayTest, ConvergenceAndZenithThroughCreateRay)
+TEST_F(RayTest, ConvergenceAndZenithThroughCreateRay)
 {
-  Dome(101);
+  Stereo(LensKind::Dome, 101, 101, [](LensSettings& s) { s.zeroParallaxDistance = 1000; });
   const Matrix cam = MatrixMove(Vector(0, 150, 0)) * MatrixRotY(0.2) * MatrixRotX(-0.6);
   camera->SetMg(cam);
-  vp->settings.eyeModel = static_cast<EyeModel>(0);
-  vp->settings.zeroParallaxDistance = 1000;
   UseEye(-kHalf);
   const Ray r = Shoot(50, 50);
   EXPECT_TRUE(Near(r.p, cam * Vector(-kHalf, 0, 0), 1e-9));
@@ -244,7 +279,7 @@ TEST_F(StereoRayTest, ConvergenceAndZenithThroughCreateRay)
   // With the zenith setting the eye pair turns about the dome's axis, and the centre looks along
   // the camera's axis again.
   vp->settings.zeroParallaxDistance = 0;
-  vp->settings.eyeModel = static_cast<EyeModel>(2);
+  vp->settings.eyeModel = EyeModel::Sweep;
   vp->settings.domeZenith = true;
   const Ray z = Shoot(50, 50);
   EXPECT_TRUE(Near(z.v, cam.v3, 1e-12));
@@ -255,14 +290,13 @@ TEST_F(StereoRayTest, ConvergenceAndZenithThroughCreateRay)
   EXPECT_TRUE(Near(rim.p, cam * Vector(0, -kHalf, 0), 1e-9));
 }
 
-TEST_F(StereoRayTest, GradientMapFadingToZeroBringsBothEyesToTheCamera)
+TEST_F(RayTest, GradientMapFadingToZeroBringsBothEyesToTheCamera)
 {
   // A frame of a stereo panorama through a real gradient linked from the tag: separation 0 towards
   // both poles (v up to 0.1 and from 0.9), 1 at the horizon, linear between.
-  Panorama(64, 33);
+  Stereo(LensKind::Panorama, 64, 33, [](LensSettings& s) { s.eyeModel = EyeModel::Sweep; });
   const Matrix cam = MatrixMove(Vector(5, 100, -20)) * MatrixRotY(0.3);
   camera->SetMg(cam);
-  vp->settings.eyeModel = static_cast<EyeModel>(2);
   BaseShader* map = LinkMap(Xgradient);
   BaseContainer knots;
   knots.SetContainer(0, Knot(0.1, 0.0));
@@ -278,10 +312,9 @@ TEST_F(StereoRayTest, GradientMapFadingToZeroBringsBothEyesToTheCamera)
     for (int y = 0; y < 33; ++y)
       for (int x = 0; x < 64; ++x)
       {
-        const double v = y / 32.0;
         const Ray r = Shoot(x, y);
         // Where the map gives 0 the eye must sit on the camera to rounding, not just near it.
-        const double want = kHalf * strength(v);
+        const double want = kHalf * strength(y / 32.0);
         EXPECT_NEAR((r.p - cam.off).GetLength(), want, want == 0.0 ? 1e-12 : 1e-9)
           << "pixel " << x << ", " << y << " eye " << side;
         // The map moves the eyes only; the fixed-axes eye looks as the camera does.
@@ -290,16 +323,14 @@ TEST_F(StereoRayTest, GradientMapFadingToZeroBringsBothEyesToTheCamera)
         vp->settings.isStereo = true;
       }
   }
-
   vp->CloseSeparationClone();
   EXPECT_EQ(vp->separationMap.shader, nullptr);
 }
 
-TEST_F(StereoRayTest, NoCloneWithoutAMapThatOpens)
+TEST_F(RayTest, NoCloneWithoutAMapThatOpens)
 {
-  Panorama(64, 33);
+  Stereo(LensKind::Panorama, 64, 33);
   UseEye(-kHalf);
-  vp->settings.eyeModel = static_cast<EyeModel>(0);
   auto expectNone = [&](const char* why) {
     EXPECT_TRUE(vp->OpenSeparationClone(doc)) << why;
     EXPECT_EQ(vp->separationMap.shader, nullptr) << why;
@@ -312,22 +343,18 @@ TEST_F(StereoRayTest, NoCloneWithoutAMapThatOpens)
   vp->settings.isStereo = false;
   expectNone("mono");
   vp->settings.isStereo = true;
-
-  // A link that doesn't resolve in this document is the Begin/End test's.
   tagData->SetLink(ORLIXTAG_SEPARATION_MAP, nullptr);
   expectNone("empty link");
-
   // A picture that doesn't load: no map, silently.
   LinkMap(Xbitmap)->GetDataInstance()->SetFilename(BITMAPSHADER_FILENAME, Filename("/nonexistent/orlix_map.png"));
   expectNone("picture missing");
   EXPECT_FALSE(host::App().console.Contains(String("Shader clone error")));
-
   EXPECT_TRUE(Near(Shoot(20, 16).p, camera->GetMg() * Vector(-kHalf, 0, 0), 1e-9)) << "full separation";
 }
 
-TEST_F(StereoRayTest, CloneIsTheRendersOwnCopy)
+TEST_F(RayTest, CloneIsTheRendersOwnCopy)
 {
-  Panorama(64, 33);
+  Stereo(LensKind::Panorama, 64, 33);
   BaseShader* map = LinkMap(Xcolor);
   map->GetDataInstance()->SetFloat(COLORSHADER_BRIGHTNESS, 0.5);
   ASSERT_TRUE(vp->OpenSeparationClone(doc));
@@ -342,7 +369,6 @@ TEST_F(StereoRayTest, CloneIsTheRendersOwnCopy)
   // The user may change the tag's shader during the render; the render keeps its copy.
   map->GetDataInstance()->SetFloat(COLORSHADER_BRIGHTNESS, 0.0);
   UseEye(-kHalf);
-  vp->settings.eyeModel = static_cast<EyeModel>(0);
   EXPECT_TRUE(Near(Shoot(20, 16).p, camera->GetMg() * Vector(-kHalf * 0.5, 0, 0), 1e-9));
 
   // Opening again closes the old copy first.
@@ -353,9 +379,9 @@ TEST_F(StereoRayTest, CloneIsTheRendersOwnCopy)
   EXPECT_EQ(vp->separationMap.shader, nullptr);
 }
 
-TEST_F(StereoRayTest, FailedCloneIsReportedAndRendersAtFullSeparation)
+TEST_F(RayTest, FailedCloneIsReportedAndRendersAtFullSeparation)
 {
-  Panorama(64, 33);
+  Stereo(LensKind::Panorama, 64, 33);
   g_opens = 0;
   LinkMap(kOpensOnceShader);
   EXPECT_FALSE(vp->OpenSeparationClone(doc));
@@ -363,21 +389,18 @@ TEST_F(StereoRayTest, FailedCloneIsReportedAndRendersAtFullSeparation)
   EXPECT_EQ(g_opens.load(), 2) << "the tag's shader opened, its copy did not";
   ASSERT_FALSE(host::App().console.Lines().empty());
   EXPECT_EQ(host::App().console.Lines().back(), String("--- OrlixCam: Shader clone error"));
-
   UseEye(kHalf);
-  vp->settings.eyeModel = static_cast<EyeModel>(0);
   EXPECT_TRUE(Near(Shoot(20, 16).p, camera->GetMg() * Vector(kHalf, 0, 0), 1e-9));
 }
 
-TEST_F(StereoRayTest, SampleSeparationMapContract)
+TEST_F(RayTest, SampleSeparationMapContract)
 {
   BaseShader* recorder = LinkMap(kRecordingShader);
   ASSERT_EQ(recorder->InitRender(InitRenderStruct(doc)), INITRENDERRESULT_OK);
   const Vector ahead(0, 0, 1); // the lens direction of a panorama's centre
 
-  // No shader: 1.0.
   g_samples = 0;
-  EXPECT_EQ(SampleSeparationMap(SeparationMapLookup(), ahead), 1.0);
+  EXPECT_EQ(SampleSeparationMap(SeparationMapLookup(), ahead), 1.0) << "no shader: full separation";
   EXPECT_EQ(g_samples.load(), 0);
 
   // A sphere's map: the first component, and the record the shader is sampled with.
@@ -388,12 +411,10 @@ TEST_F(StereoRayTest, SampleSeparationMapContract)
   EXPECT_EQ(g_lastSample.texflag, TEX_TILE);
 
   // A dome with the zenith setting looks up dome positions, v upward.
-  Dome(100);
-  vp->settings.domeZenith = true;
+  Stereo(LensKind::Dome, 100, 100, [](LensSettings& s) { s.domeZenith = true; });
   Vector uv(0.75, 0.25, 0);
-  const Vector domeDirection = PixelToDirection(*vp, uv);
   map.domeZenith = true;
-  SampleSeparationMap(map, domeDirection);
+  SampleSeparationMap(map, PixelToDirection(*vp, uv));
   EXPECT_TRUE(Near(g_lastSample.p, Vector(0.75, 0.75, 0.5), 1e-15));
   recorder->FreeRender();
 
@@ -408,7 +429,7 @@ TEST_F(StereoRayTest, SampleSeparationMapContract)
   bright->FreeRender();
 }
 
-TEST_F(StereoRayTest, BeginAndEndOpenTheLinkedShaderOnce)
+TEST_F(RayTest, BeginAndEndOpenTheLinkedShaderOnce)
 {
   BaseShader* quarter = LinkMap(Xcolor);
   quarter->GetDataInstance()->SetFloat(COLORSHADER_BRIGHTNESS, 0.25);
@@ -433,19 +454,26 @@ TEST_F(StereoRayTest, BeginAndEndOpenTheLinkedShaderOnce)
   EXPECT_EQ(quarter->Sample(&cd), Vector()) << "EndSeparationMap closed the shader";
 }
 
-TEST_F(StereoRayTest, StereoRaysAllocateNothing)
+TEST_F(RayTest, RaysAllocateNothing)
 {
-  Panorama(129, 65);
+  for (const LensKind kind : {LensKind::Dome, LensKind::Panorama, LensKind::Cylindrical, LensKind::Cubemap})
+  {
+    UseLens(*vp, LensFor(kind, [](LensSettings& s) { s.cylinderHeight = 50; }), 257, 129);
+    vp->currentFace.channelIndex = 5;
+    const auto [made, allocations] = Sweep(257, 129, 8);
+    EXPECT_EQ(allocations, 0) << "mono lens " << static_cast<int>(kind);
+    EXPECT_GT(made, 150) << "the sweep must really have made rays";
+  }
+
+  Stereo(LensKind::Panorama, 129, 65, [](LensSettings& s) { s.zeroParallaxDistance = 500; });
   camera->SetMg(MatrixMove(Vector(0, 150, 0)) * MatrixRotY(0.4));
-  vp->settings.zeroParallaxDistance = 500;
   BaseShader* picture = LinkMap(Xbitmap);
   picture->GetDataInstance()->SetFilename(BITMAPSHADER_FILENAME, Filename(WriteGreyPicture(191).c_str()));
   BaseShader* gradient = BaseShader::Alloc(Xgradient);
   tag->InsertShader(gradient);
   BaseShader* colour = BaseShader::Alloc(Xcolor);
   tag->InsertShader(colour);
-
-  int made = 0, maps = 0;
+  int maps = 0;
   for (BaseShader* map : {static_cast<BaseShader*>(nullptr), picture, gradient, colour})
   {
     tagData->SetLink(ORLIXTAG_SEPARATION_MAP, map);
@@ -455,18 +483,11 @@ TEST_F(StereoRayTest, StereoRaysAllocateNothing)
     {
       vp->settings.eyeModel = static_cast<EyeModel>(model);
       UseEye(model % 2 ? kHalf : -kHalf);
-      const long rays = ThreadAllocationCount();
-      for (int y = 0; y < 65; y += 4)
-        for (int x = 0; x < 129; x += 4)
-        {
-          Ray r;
-          vp->CreateRay(&r, x + 0.25, y - 0.25);
-          made += !r.v.IsZero();
-        }
-      EXPECT_EQ(ThreadAllocationCount() - rays, 0) << "model " << model << ", map type " << (map ? map->GetType() : 0);
+      const auto [made, allocations] = Sweep(129, 65, 4);
+      EXPECT_EQ(allocations, 0) << "model " << model << ", map type " << (map ? map->GetType() : 0);
+      EXPECT_GT(made, 500) << "the sweep must really have made rays";
     }
     vp->CloseSeparationClone();
   }
   EXPECT_EQ(maps, 3) << "picture, gradient and colour each opened";
-  EXPECT_GT(made, 4 * 4 * 500) << "the sweep must really have made rays";
 }
