@@ -3,7 +3,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -14,6 +13,7 @@
 #include "c4d.h"
 #include "c4d_objects.h"
 #include "scene/scene_file.h"
+#include "scratch_dir.h"
 
 struct FreeDocument
 {
@@ -21,31 +21,9 @@ struct FreeDocument
 };
 using DocPtr = std::unique_ptr<BaseDocument, FreeDocument>;
 
-/// Mixed into a fixture: a fresh folder per test, by pid and name as ctest runs cases side by side.
-struct SceneDir
+/// Mixed into a fixture: scene files in a scratch folder of the test's own.
+struct SceneDir : ScratchDir
 {
-  std::filesystem::path dir = std::filesystem::path(::testing::TempDir()) /
-                              ("orlix_scene_" + std::to_string(getpid()) + "_" +
-                               ::testing::UnitTest::GetInstance()->current_test_info()->name());
-
-  SceneDir()
-  {
-    std::filesystem::remove_all(dir);
-    std::filesystem::create_directories(dir);
-  }
-  ~SceneDir() { std::filesystem::remove_all(dir); }
-
-  std::string Path(const std::string& name) const { return (dir / name).string(); }
-  std::string Write(const std::string& name, const std::string& text) const
-  {
-    std::ofstream(Path(name), std::ios::binary) << text;
-    return Path(name);
-  }
-  static std::string Read(const std::string& file)
-  {
-    std::ifstream in(file, std::ios::binary);
-    return std::string((std::istreambuf_iterator<char>(in)), {});
-  }
   DocPtr Load(const std::string& text, host::scene::SceneError* error) const
   {
     return DocPtr(host::scene::LoadScene(Write("scene.json", text), error));
