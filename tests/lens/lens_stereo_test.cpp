@@ -49,22 +49,16 @@ const OffsetRow kOffsets[] = {
   {"fixed strength 2.5", 0, false, {0, 0, 1}, 2.5, {-8.125, 0, 0}},
   {"circle ahead", 1, false, {0, 0, 1}, 1, {-kHalf, 0, 0}},
   {"circle right", 1, false, {1, 0, 0}, 1, {0, 0, kHalf}},
-  {"circle left", 1, false, {-1, 0, 0}, 1, {0, 0, -kHalf}},
   {"circle behind", 1, false, {0, 0, -1}, 1, {kHalf, 0, 0}},
   {"circle straight up stands as for right", 1, false, {0, 1, 0}, 1, {0, 0, kHalf}},
   {"circle ahead right", 1, false, {M_SQRT1_2, 0, M_SQRT1_2}, 1, {-kDiag, 0, kDiag}},
   {"circle right half strength", 1, false, {1, 0, 0}, 0.5, {0, 0, 1.625}},
   {"sweep right", 2, false, {1, 0, 0}, 1, {0, 0, kHalf}},
-  {"sweep left", 2, false, {-1, 0, 0}, 1, {0, 0, -kHalf}},
   {"sweep behind has no turn", 2, false, {0, 0, -1}, 1, {-kHalf, 0, 0}},
   {"sweep x 0.5 turns an eighth", 2, false, {0.5, 0, 0.8660254037844386}, 1, {-kDiag, 0, kDiag}},
-  {"sweep right zero strength", 2, false, {1, 0, 0}, 0, {0, 0, 0}},
   {"roll right", 3, false, {1, 0, 0}, 1, {0, kHalf, 0}},
-  {"roll left", 3, false, {-1, 0, 0}, 1, {0, -kHalf, 0}},
   {"roll ahead", 3, false, {0, 0, 1}, 1, {-kHalf, 0, 0}},
-  {"roll right half strength", 3, false, {1, 0, 0}, 0.5, {0, 1.625, 0}},
   {"model 7 acts as fixed", 7, false, {1, 0, 0}, 1, {-kHalf, 0, 0}},
-  {"model -1 acts as fixed", -1, false, {1, 0, 0}, 0.5, {-1.625, 0, 0}},
   {"zenith fixed", 0, true, {1, 0, 0}, 1, {-kHalf, 0, 0}},
   {"zenith circle right", 1, true, {1, 0, 0}, 1, {0, -kHalf, 0}},
   {"zenith sweep right", 2, true, {1, 0, 0}, 1, {0, -kHalf, 0}},
@@ -73,49 +67,21 @@ const OffsetRow kOffsets[] = {
 };
 } // namespace
 
-TEST(EyeRayMatrix, OffsetOfEveryModel)
+TEST(EyeRayMatrix, OffsetOfEveryModelInTheCamerasOwnFrame)
 {
+  // A moved and turned camera as well: the baseline turns within the camera's axes, not the world's.
   const Matrix turnDown = MatrixRotX(-PI05);
-  for (const OffsetRow& row : kOffsets)
-  {
-    Vector aim = kGarbage, axis = kGarbage;
-    const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), true, row.direction, static_cast<EyeModel>(row.model), row.zenith, 0.0,
-                                  kSeparation, row.strength, aim, axis);
-    EXPECT_TRUE(VectorNear(e.off, row.offset, 1e-12)) << row.what << ", direction " << row.direction;
-    // The turn and its undoing leave the eye's own axes; the zenith setting adds its quarter turn.
-    EXPECT_TRUE(AxesNear(e, row.zenith ? turnDown : Matrix(), 1e-15)) << row.what;
-    EXPECT_EQ(aim, Vector()) << row.what << ": no convergence without a zero parallax distance";
-    EXPECT_EQ(axis, Vector()) << row.what;
-  }
-}
-
-TEST(EyeRayMatrix, OffsetTurnsInTheCamerasOwnFrame)
-{
-  // A moved and turned camera: the baseline turns within the camera's axes, not the world's.
-  const Matrix cam = MatrixMove(Vector(10, 20, 30)) * MatrixRotY(0.7) * MatrixRotX(-0.2);
-  const StereoCameraInfo left = Eye(cam, -kHalf, "0");
-  const struct { Int32 model; Vector direction, localOffset; } rows[] = {
-    {0, {1, 0, 0}, {-kHalf, 0, 0}}, {1, {1, 0, 0}, {0, 0, kHalf}}, {2, {-1, 0, 0}, {0, 0, -kHalf}}, {3, {1, 0, 0}, {0, kHalf, 0}},
-  };
-  for (const auto& row : rows)
-  {
-    Vector aim, axis;
-    const Matrix e = EyeRayMatrix(cam, left, true, row.direction, static_cast<EyeModel>(row.model), false, 0, kSeparation, 1, aim, axis);
-    EXPECT_TRUE(VectorNear(e.off, cam * row.localOffset, 1e-12)) << "model " << row.model;
-    EXPECT_TRUE(AxesNear(e, cam, 1e-14)) << "model " << row.model;
-  }
-}
-
-TEST(EyeRayMatrix, ConvergenceAimAndAxis)
-{
-  // The toe-in angle itself is checked geometrically below; here the reported point and axis.
-  Vector aim = kGarbage, axis = kGarbage;
-  const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), true, {0, 0, 1}, EyeModel::Fixed, false, 1000, kSeparation, 1, aim, axis);
-  EXPECT_TRUE(VectorNear(e.off, {-kHalf, 0, 0}, 1e-12)) << "convergence turns the eye, it doesn't move it";
-  EXPECT_TRUE(VectorNear(aim, {0, 0, 1000}, 1e-12));
-  EXPECT_TRUE(VectorNear(axis, {0, -1, 0}, 1e-15));
-  EyeRayMatrix(Matrix(), Eye(Matrix(), kHalf, "1"), true, {0, 0, 1}, EyeModel::Fixed, false, 1000, kSeparation, 1, aim, axis);
-  EXPECT_TRUE(VectorNear(axis, {0, 1, 0}, 1e-15)) << "the right eye turns about the opposite axis";
+  const Matrix turned = MatrixMove(Vector(10, 20, 30)) * MatrixRotY(0.7) * MatrixRotX(-0.2);
+  for (const Matrix& cam : {Matrix(), turned})
+    for (const OffsetRow& row : kOffsets)
+    {
+      Vector aim, axis;
+      const Matrix e = EyeRayMatrix(cam, Eye(cam, -kHalf, "0"), true, row.direction, static_cast<EyeModel>(row.model), row.zenith, 0.0,
+                                    kSeparation, row.strength, aim, axis);
+      EXPECT_TRUE(VectorNear(e.off, cam * row.offset, 1e-12)) << row.what << ", direction " << row.direction << ", camera " << cam;
+      // The turn and its undoing leave the eye's own axes; the zenith setting adds its quarter turn.
+      EXPECT_TRUE(AxesNear(e, row.zenith ? cam * turnDown : cam, 1e-14)) << row.what << ", camera " << cam;
+    }
 }
 
 TEST(EyeRayMatrix, ConvergenceAngleComesFromTheUnturnedOffset)
@@ -124,8 +90,7 @@ TEST(EyeRayMatrix, ConvergenceAngleComesFromTheUnturnedOffset)
   // offset before the turn: it is 0, and the ray stays parallel to the direction.
   Vector aim, axis;
   const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), true, {1, 0, 0}, EyeModel::FullCircle, false, 1000, kSeparation, 1, aim, axis);
-  EXPECT_TRUE(VectorNear(e.off, {0, 0, kHalf}, 1e-12));
-  EXPECT_TRUE(VectorNear(aim, {1000, 0, 0}, 1e-12));
+  EXPECT_TRUE(VectorNear(e.off, {0, 0, kHalf}, 1e-12)) << "convergence turns the eye, it doesn't move it";
   EXPECT_TRUE(VectorNear(e.TransformVector(Vector(1, 0, 0)), {1, 0, 0}, 1e-15));
 }
 
@@ -155,6 +120,7 @@ TEST(EyeRayMatrix, ConvergedFixedEyeAimsAtThePoint)
 
 TEST(EyeRayMatrix, ConvergenceGates)
 {
+  // Without convergence the offsets are those of the table above; here only whether it runs.
   const struct { const char* what; bool planned; double zeroParallax, separation, strength; } gates[] = {
     {"not one of the plan's eyes", false, 1000, kSeparation, 1},
     {"zero parallax 0", true, 0, kSeparation, 1},
@@ -163,31 +129,17 @@ TEST(EyeRayMatrix, ConvergenceGates)
     {"separation negative", true, 1000, -6.5, 1},
     {"strength 0", true, 1000, kSeparation, 0},
     {"strength negative", true, 1000, kSeparation, -0.5},
+    {"just inside every gate", true, 1e-9, 1e-9, 1e-9},
   };
-  // The sweep model, so that the baseline turn still shows where convergence is off.
-  const Vector d = Vector(0.6, 0.0, 0.8);
   for (const auto& g : gates)
   {
     Vector aim = kGarbage, axis = kGarbage;
-    const Matrix e = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), g.planned, d, EyeModel::Sweep, false, g.zeroParallax, g.separation,
-                                  g.strength, aim, axis);
-    Vector aim0, axis0;
-    const Matrix plain = EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), g.planned, d, EyeModel::Sweep, false, 0, g.separation, g.strength,
-                                      aim0, axis0);
-    EXPECT_EQ(aim, Vector()) << g.what;
-    EXPECT_EQ(axis, Vector()) << g.what;
-    EXPECT_EQ(e, plain) << g.what << ": no toe-in";
-    if (g.strength > 0)
-    {
-      EXPECT_GT(std::fabs(e.off.z), 1.0) << g.what << ": the baseline turn still applies";
-    }
+    EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "0"), g.planned, Vector(0.6, 0.0, 0.8), EyeModel::Sweep, false, g.zeroParallax,
+                 g.separation, g.strength, aim, axis);
+    const bool converges = g.zeroParallax > 0 && g.separation > 0 && g.strength > 0 && g.planned;
+    EXPECT_EQ(aim != Vector(), converges) << g.what << ": the aim point is set only where the eye toes in";
+    EXPECT_EQ(axis != Vector(), converges) << g.what;
   }
-
-  // Just inside every gate, convergence runs.
-  Vector aim, axis;
-  EyeRayMatrix(Matrix(), Eye(Matrix(), -kHalf, "1"), true, d, EyeModel::Sweep, false, 1e-9, 1e-9, 1e-9, aim, axis);
-  EXPECT_NE(aim, Vector());
-  EXPECT_NE(axis, Vector());
 }
 
 TEST(RotAxisToMatrix, AgreesWithTheHostsAxisTurns)
@@ -209,13 +161,10 @@ TEST(RotAxisToMatrix, ValuesAndIdentities)
   EXPECT_TRUE(VectorNear(cycle.v3, {0, 1, 0}, 1e-15));
 
   EXPECT_EQ(RotAxisToMatrix(Vector(), 1.0), Matrix()) << "zero axis";
-  EXPECT_EQ(RotAxisToMatrix(Vector(0.3, 0.4, 0.5), 0.0), Matrix()) << "zero angle";
 
-  // Any axis: a rotation that keeps the axis and is undone by the opposite angle.
+  // An axis of three different parts, which the cycle can't tell apart: kept, and undone by the opposite angle.
   const Vector axis(0.3, -0.4, 0.5);
   const Matrix m = RotAxisToMatrix(axis, 0.9);
-  EXPECT_NEAR(m.GetDeterminant(), 1.0, 1e-14);
-  EXPECT_EQ(m.off, Vector());
   EXPECT_TRUE(VectorNear(m.TransformVector(axis), axis, 1e-15));
   EXPECT_TRUE(AxesNear(RotAxisToMatrix(axis, -0.9) * m, Matrix(), 1e-15));
 }
@@ -247,9 +196,7 @@ TEST(SeparationMapPosition, DomeWithoutZenithIsLookedUpAsASphere)
 {
   // The panorama and the zenith dome are in lens_round_trip_test. A dome without the zenith setting
   // has no quarter turn, is turned all the same and looked up as a sphere: its centre lands at (0.75, 0.5).
-  LensState dome = MakeState(1000, 1000);
-  dome.settings.lens = LensKind::Dome;
-  dome.settings.fov = PI;
+  LensState dome = MakeLens(LensKind::Dome, PI, 1000, 1000);
   dome.settings.isStereo = true;
   Vector uv(0.5, 0.5, 0);
   EXPECT_TRUE(VectorNear(SeparationMapPosition(PixelToDirection(dome, uv), false, PI), {0.75, 0.5, 0}, 1e-15));

@@ -1,4 +1,4 @@
-// Helpers shared by the lens tests: a render state for an image of a given size.
+// Helpers shared by the lens tests: a render state for an image of a given size, with or without a lens.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,6 +14,16 @@ inline LensState MakeState(Int32 width, Int32 height)
   UpdateArea(s.activeArea);
   s.pixelStep = PixelStep(s.activeArea);
   s.bleedPixels = 10;
+  return s;
+}
+
+/// A lens of `kind` and field `fov` over an image of `width` × `height` pixels, its spans set.
+inline LensState MakeLens(LensKind kind, double fov, Int32 width, Int32 height)
+{
+  LensState s = MakeState(width, height);
+  s.settings.lens = kind;
+  s.settings.fov = fov;
+  UpdateSpans(s.settings);
   return s;
 }
 
