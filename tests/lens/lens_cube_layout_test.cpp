@@ -89,11 +89,7 @@ TEST(CubeLayout, PlannedAreasGoRowByRowAndLeaveNoColumnOut)
   std::string order;
   for (const LensChannel& f : faces)
     order += "LRDUBF"[f.channelIndex];
-  EXPECT_EQ(order, "ULFRBD");
-  EXPECT_EQ(faces[0].area.start, Vector(500, 0, 0));
-  EXPECT_EQ(faces[0].area.end, Vector(999, 499, 0));
-  EXPECT_EQ(faces[5].area.start, Vector(500, 1000, 0));
-  EXPECT_EQ(faces[5].area.end, Vector(999, 1499, 0));
+  EXPECT_EQ(order, "ULFRBD") << "the cross's rectangles themselves are in lens_channel_plan_test";
 
   // A third of 1000 pixels: the cells' edges are truncated, the last column is one pixel wider.
   Grid block = Build(3);

@@ -47,7 +47,6 @@ const ReferenceRow kRows[] = {
 
 TEST(LensReference, EveryRowToSixPlaces)
 {
-  int tested = 0;
   for (const ReferenceRow& row : kRows)
   {
     LensState s = MakeState(1000, 500);
@@ -57,7 +56,5 @@ TEST(LensReference, EveryRowToSixPlaces)
     EXPECT_TRUE(VectorNear(d, row.direction, 1e-6)) << row.setup << " at uv " << row.uv;
     EXPECT_TRUE(VectorNear(uv, row.uvAfter, 1e-6)) << row.setup << " uv afterwards";
     EXPECT_NEAR(d.GetLength(), 1.0, 1e-12) << row.setup;
-    ++tested;
   }
-  EXPECT_EQ(tested, 10);
 }
