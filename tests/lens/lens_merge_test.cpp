@@ -2,6 +2,7 @@
 // Side-by-side pairs and interlaced rows are checked in whole renders (integration_render_lens_test).
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <vector>
 
 #include "cube_layout.h"
@@ -79,25 +80,22 @@ TEST(StereoMerge, AnaglyphTable)
 {
   const float a[3] = {0.2f, 0.4f, 0.6f}, b[3] = {0.1f, 0.3f, 0.5f};
   const double la = 0.299 * 0.2f + 0.587 * 0.4f + 0.114 * 0.6f, lb = 0.299 * 0.1f + 0.587 * 0.3f + 0.114 * 0.5f;
-  struct Row { int method, colours; double r, g, bl; } rows[] = {
-    {0, 1, 0.2f, 0.3f, 0.5f}, {0, 2, la, 0.3f, 0.5f}, {0, 3, 0.7 * 0.4f + 0.3 * 0.6f, 0.3f, 0.5f},
-    {0, 4, la, lb, lb}, {0, 0, la, 0, lb}, {0, 9, la, 0, lb}, {1, 3, 0.2f, 0.3f, 0}, {2, 1, 0, 0, 0},
+  const double optimised = 0.7 * 0.4f + 0.3 * 0.6f;
+  // Only colour set 3 has a gamma, and only one above 1 changes it: the root of the mixed red.
+  struct Row { int method, colours; double gamma, r, g, bl; } rows[] = {
+    {0, 1, 1, 0.2f, 0.3f, 0.5f}, {0, 2, 1, la, 0.3f, 0.5f}, {0, 3, 1, optimised, 0.3f, 0.5f}, {0, 4, 1, la, lb, lb},
+    {0, 0, 1, la, 0, lb}, {0, 9, 1, la, 0, lb}, {1, 3, 1, 0.2f, 0.3f, 0}, {2, 1, 1, 0, 0, 0},
+    {0, 3, 2, std::sqrt(optimised), 0.3f, 0.5f}, {0, 3, 0.5, optimised, 0.3f, 0.5f}, {0, 2, 2, la, 0.3f, 0.5f},
   };
   float out[3];
   for (const Row& r : rows)
   {
-    AnaglyphPixel(a, b, static_cast<AnaglyphMethod>(r.method), static_cast<AnaglyphColours>(r.colours), 1.0, out);
-    EXPECT_NEAR(out[0], r.r, 1e-6) << "method " << r.method << " colours " << r.colours;
-    EXPECT_NEAR(out[1], r.g, 1e-6) << "method " << r.method << " colours " << r.colours;
-    EXPECT_NEAR(out[2], r.bl, 1e-6) << "method " << r.method << " colours " << r.colours;
+    SCOPED_TRACE(::testing::Message() << "method " << r.method << " colours " << r.colours << " gamma " << r.gamma);
+    AnaglyphPixel(a, b, static_cast<AnaglyphMethod>(r.method), static_cast<AnaglyphColours>(r.colours), r.gamma, out);
+    EXPECT_NEAR(out[0], r.r, 1e-6);
+    EXPECT_NEAR(out[1], r.g, 1e-6);
+    EXPECT_NEAR(out[2], r.bl, 1e-6);
   }
-  const float first[3] = {0, 0.25f, 0.25f};
-  AnaglyphPixel(first, b, AnaglyphMethod::Matrix, AnaglyphColours::Optimised, 2.0, out);
-  EXPECT_FLOAT_EQ(out[0], 0.5f) << "gamma 2 takes the square root of red";
-  AnaglyphPixel(first, b, AnaglyphMethod::Matrix, AnaglyphColours::Half, 2.0, out);
-  EXPECT_NEAR(out[0], 0.299 * 0 + 0.587 * 0.25 + 0.114 * 0.25, 1e-6) << "only colour set 3 has a gamma";
-  AnaglyphPixel(first, b, AnaglyphMethod::Matrix, AnaglyphColours::Optimised, 0.5, out);
-  EXPECT_FLOAT_EQ(out[0], 0.25f) << "a gamma of 1 or less changes nothing";
 }
 
 TEST(StereoMerge, DomeAnaglyphLeavesTheCornersUnmixed)
