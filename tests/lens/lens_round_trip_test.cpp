@@ -37,7 +37,8 @@ struct DomeProjection
 };
 
 // The whole road of a stereo ray's map look-up: the lens with its quarter turn, then the look-up.
-// The panorama's road holds the sphere's own formulas, its turn up and the turn undone.
+// The panorama's road holds the sphere's own formulas, its turn up and the turn undone; a dome
+// without the zenith setting is looked up along the same road.
 struct PanoramaLookUp
 {
   static constexpr bool kWrapsU = true;
