@@ -6,18 +6,9 @@
 
 namespace
 {
-struct ReferenceRow
-{
-  const char* setup;
-  void (*configure)(LensState&);
-  Vector uv;
-  Vector direction;
-  Vector uvAfter;
-};
-
 constexpr double kDeg = PI / 180.0;
 
-const ReferenceRow kRows[] = {
+const struct { const char* setup; void (*configure)(LensState&); Vector uv, direction, uvAfter; } kRows[] = {
   {"dome fov pi", [](LensState& s) { s.settings.lens = LensKind::Dome; s.settings.fov = PI; },
    {0.8, 0.3, 0}, {0.753478, 0.502319, 0.424201}, {0.8, 0.3, 0}},
   {"dome fov 220", [](LensState& s) { s.settings.lens = LensKind::Dome; s.settings.fov = 220.0 * kDeg; },
@@ -47,7 +38,7 @@ const ReferenceRow kRows[] = {
 
 TEST(LensReference, EveryRowToSixPlaces)
 {
-  for (const ReferenceRow& row : kRows)
+  for (const auto& row : kRows)
   {
     LensState s = MakeState(1000, 500);
     row.configure(s);
