@@ -4,13 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <OpenImageIO/imageio.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <string>
 #include <vector>
@@ -18,6 +15,7 @@
 #include "bitmap_io.h"
 #include "c4d.h"
 #include "render/render_picture.h"
+#include "support/scratch_dir.h"
 
 namespace
 {
@@ -32,10 +30,10 @@ struct Bitmap
 
 /// Writes a w × h picture of `channels` values per pixel (a fourth is alpha), each value(x, y, c),
 /// stored as `type` in the format of the name's extension; returns its path.
-std::string WritePicture(const std::string& name, int w, int h, int channels, OIIO::TypeDesc type,
+std::string WritePicture(const ScratchDir& dir, const std::string& name, int w, int h, int channels, OIIO::TypeDesc type,
                          const std::function<float(int x, int y, int c)>& value)
 {
-  const std::string path = ::testing::TempDir() + "orlix_bitmap_" + std::to_string(getpid()) + "_" + name;
+  const std::string path = dir.Path(name);
   std::vector<float> pixels;
   for (int y = 0; y < h; ++y)
     for (int x = 0; x < w; ++x)
@@ -51,9 +49,9 @@ std::string WritePicture(const std::string& name, int w, int h, int channels, OI
 }
 
 /// Bytes with odd pixels white, even ones black, and alpha a half.
-std::string WritePicture(const std::string& name, int w, int h, int channels)
+std::string WritePicture(const ScratchDir& dir, const std::string& name, int w, int h, int channels)
 {
-  return WritePicture(name, w, h, channels, OIIO::TypeDesc::UINT8,
+  return WritePicture(dir, name, w, h, channels, OIIO::TypeDesc::UINT8,
                       [&](int x, int y, int c) { return c == 3 ? 0.5f : static_cast<float>((y * w + x) % 2); });
 }
 
@@ -106,28 +104,19 @@ std::vector<float> Read(const std::string& path, int& channels, OIIO::TypeDesc& 
   return values;
 }
 
-class BitmapIoTest : public ::testing::Test
+struct BitmapTest : ::testing::Test
 {
-protected:
-  void SetUp() override
-  {
-    dir = fs::path(::testing::TempDir()) / ("orlix_bitmap_io_" + std::to_string(getpid()) + "_" +
-                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::create_directories(dir);
-  }
-  void TearDown() override { fs::remove_all(dir); }
-
   /// Only the files named, no temporary left over.
   std::vector<std::string> Files() const
   {
     std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(dir))
+    for (const auto& entry : fs::directory_iterator(scratch.dir))
       names.push_back(entry.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
   }
 
-  fs::path dir;
+  ScratchDir scratch;
 };
 
 int Byte(int x, int y, int c)
@@ -136,27 +125,21 @@ int Byte(int x, int y, int c)
 }
 } // namespace
 
-TEST(HostBitmap, BadFilesFailAndLeaveTheBitmapEmpty)
+TEST_F(BitmapTest, BadFilesFailAndLeaveTheBitmapEmpty)
 {
   Bitmap b;
-  ASSERT_EQ(b.bmp->Init(Filename(WritePicture("orlix_ok.png", 8, 8, 3).c_str())), IMAGERESULT_OK);
+  ASSERT_EQ(b.bmp->Init(Filename(WritePicture(scratch, "ok.png", 8, 8, 3).c_str())), IMAGERESULT_OK);
   EXPECT_EQ(b.bmp->Init(Filename("/nonexistent/logo.png")), IMAGERESULT_NOTEXISTING);
   EXPECT_EQ(b.bmp->GetBw(), 0) << "a failed load leaves an empty picture";
 
-  const std::string notPicture = ::testing::TempDir() + "orlix_not_a_picture.png";
-  std::ofstream(notPicture) << "this is text, not a picture\n";
-  EXPECT_EQ(b.bmp->Init(Filename(notPicture.c_str())), IMAGERESULT_WRONGTYPE);
+  EXPECT_EQ(b.bmp->Init(Filename(scratch.Write("text.png", "this is text, not a picture\n").c_str())), IMAGERESULT_WRONGTYPE);
 
   // A PNG cut off half way.
-  const std::string whole = WritePicture("orlix_whole.png", 64, 64, 3);
-  std::ifstream in(whole, std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  const std::string truncated = ::testing::TempDir() + "orlix_truncated.png";
-  std::ofstream(truncated, std::ios::binary) << bytes.substr(0, bytes.size() / 2);
-  EXPECT_NE(b.bmp->Init(Filename(truncated.c_str())), IMAGERESULT_OK);
+  const std::string bytes = ScratchDir::Read(WritePicture(scratch, "whole.png", 64, 64, 3));
+  EXPECT_NE(b.bmp->Init(Filename(scratch.Write("cut.png", bytes.substr(0, bytes.size() / 2)).c_str())), IMAGERESULT_OK);
   EXPECT_EQ(b.bmp->GetBw(), 0);
 
-  EXPECT_EQ(b.bmp->Init(Filename(::testing::TempDir().c_str())), IMAGERESULT_NOTEXISTING) << "a folder is no picture file";
+  EXPECT_EQ(b.bmp->Init(Filename(scratch.dir.string().c_str())), IMAGERESULT_NOTEXISTING) << "a folder is no picture file";
   EXPECT_EQ(b.bmp->Init(0, 10), IMAGERESULT_WRONGTYPE);
   EXPECT_EQ(b.bmp->Init(-5, 10), IMAGERESULT_WRONGTYPE);
 }
@@ -181,17 +164,9 @@ TEST(HostBitmap, EightBitPicturesRoundAndClampWhileFloatPicturesKeepEveryValue)
   EXPECT_EQ(std::vector<UInt16>({r, g, b, a}), std::vector<UInt16>({255, 0, 101, 128}));
   fp.bmp->GetPixel(1, 1, &r, &g, &b);
   EXPECT_EQ(std::vector<UInt16>({r, g, b}), std::vector<UInt16>({255, 0, 101})) << "the float picture clamps only when asked for bytes";
-
-  // Bytes set by SetPixel read back as they were, in either depth.
-  for (BaseBitmap* p : {byte.bmp, fp.bmp})
-  {
-    p->SetPixel(2, 0, 7, 200, 255);
-    p->GetPixel(2, 0, &r, &g, &b);
-    EXPECT_EQ(std::vector<UInt16>({r, g, b}), std::vector<UInt16>({7, 200, 255}));
-  }
 }
 
-TEST(HostBitmap, FilesChooseTheDepthAndAlphaThatCopiesAndClonesKeep)
+TEST_F(BitmapTest, FilesChooseTheDepthAndAlphaThatCopiesAndClonesKeep)
 {
   // Pictures stored as bytes (OpenEXR makes them half floats); odd pixels are white, alpha is a half.
   const struct
@@ -199,12 +174,12 @@ TEST(HostBitmap, FilesChooseTheDepthAndAlphaThatCopiesAndClonesKeep)
     const char* file;
     int channels;
     Bool isFloat, alpha;
-  } rows[] = {{"orlix_rgb.png", 3, false, false}, {"orlix_grey.png", 1, false, false}, {"orlix_rgba.tif", 4, false, true}, {"orlix_rgba.exr", 4, true, true}};
+  } rows[] = {{"rgb.png", 3, false, false}, {"grey.png", 1, false, false}, {"rgba.tif", 4, false, true}, {"rgba.exr", 4, true, true}};
   for (const auto& row : rows)
   {
     SCOPED_TRACE(std::string("case ") + row.file);
     Bitmap file, copy;
-    ASSERT_EQ(file.bmp->Init(Filename(WritePicture(row.file, 5, 3, row.channels).c_str())), IMAGERESULT_OK);
+    ASSERT_EQ(file.bmp->Init(Filename(WritePicture(scratch, row.file, 5, 3, row.channels).c_str())), IMAGERESULT_OK);
     EXPECT_FLOAT_EQ(ReadArgb(*file.bmp, 1, 0)[1], 1.0f);
     EXPECT_NEAR(row.alpha ? ReadArgb(*file.bmp, 0, 0)[0] : 0.5f, 0.5f, 1.0f / 255.0f);
     // Values beyond 0..1 survive copies of a float picture; an 8-bit one rounds and clamps them.
@@ -233,7 +208,7 @@ TEST(HostBitmap, FilesChooseTheDepthAndAlphaThatCopiesAndClonesKeep)
   EXPECT_EQ(ReadArgb(*small.bmp, 0, 0), std::vector<Float32>({1.0f, 1.0f, 77.0f / 255.0f, 0.0f}));
 }
 
-TEST_F(BitmapIoTest, EachFormatStoresTheValuesItCan)
+TEST_F(BitmapTest, EachFormatStoresTheValuesItCan)
 {
   // PNG keeps straight alpha, which the library makes by dividing the colours; its rounding is
   // checked on a picture without alpha, where the stored value is the colour itself.
@@ -256,7 +231,7 @@ TEST_F(BitmapIoTest, EachFormatStoresTheValuesItCan)
   {
     SCOPED_TRACE(c.name);
     std::string error;
-    const std::string path = (dir / c.name).string();
+    const std::string path = scratch.Path(c.name);
     ASSERT_TRUE(host::SaveBitmap(c.alpha ? *withAlpha.bmp : *withoutAlpha.bmp, path, c.floatData, &error, 2)) << error;
     int channels = 0;
     OIIO::TypeDesc type;
@@ -288,21 +263,21 @@ TEST_F(BitmapIoTest, EachFormatStoresTheValuesItCan)
   EXPECT_EQ(Files(), (std::vector<std::string>{"f.tif", "p.exr", "p.png", "p.tif"})) << "no temporary files left";
 }
 
-TEST_F(BitmapIoTest, RefusedWritesLeaveNothingAndKeepTheOldFile)
+TEST_F(BitmapTest, RefusedWritesLeaveNothingAndKeepTheOldFile)
 {
   Bitmap b;
   Fill(b.bmp, 4, 4, false);
   std::string error;
-  EXPECT_FALSE(host::SaveBitmap(*b.bmp, (dir / "p.jpg").string(), false, &error));
+  EXPECT_FALSE(host::SaveBitmap(*b.bmp, scratch.Path("p.jpg"), false, &error));
   EXPECT_NE(error.find("unknown picture format \".jpg\""), std::string::npos) << error;
-  EXPECT_FALSE(host::SaveBitmap(*b.bmp, (dir / "d.png").string(), true, &error));
+  EXPECT_FALSE(host::SaveBitmap(*b.bmp, scratch.Path("d.png"), true, &error));
   EXPECT_NE(error.find("float data needs .exr or .tif"), std::string::npos) << error;
-  EXPECT_FALSE(host::SaveBitmap(*b.bmp, (dir / "missing" / "p.png").string(), false, &error));
+  EXPECT_FALSE(host::SaveBitmap(*b.bmp, scratch.Path("missing/p.png"), false, &error));
   EXPECT_NE(error.find("missing/p.png"), std::string::npos) << error;
   EXPECT_TRUE(Files().empty());
 
   // A good file stays as it was when a later write is refused.
-  const std::string keep = (dir / "keep.png").string();
+  const std::string keep = scratch.Path("keep.png");
   ASSERT_TRUE(host::SaveBitmap(*b.bmp, keep, false, &error)) << error;
   const auto size = fs::file_size(keep);
   Bitmap empty;
@@ -311,20 +286,15 @@ TEST_F(BitmapIoTest, RefusedWritesLeaveNothingAndKeepTheOldFile)
   EXPECT_EQ(Files(), std::vector<std::string>{"keep.png"});
 }
 
-TEST(RenderPicture, EightBitSixteenBitFloatAndGreyFilesSampleAlike)
+TEST_F(BitmapTest, RenderPicturesOfEightBitsSixteenBitsFloatsAndGreySampleAlike)
 {
   // The same bytes stored three ways; positions between texels, across the seam and at the poles.
   const auto Bytes = [](int x, int y, int c) { return static_cast<float>(Byte(x, y, c)) / 255.0f; };
-  const std::string png8 = WritePicture("8.png", 8, 4, 3, OIIO::TypeDesc::UINT8, Bytes);
-  const std::string png16 = WritePicture("16.png", 8, 4, 3, OIIO::TypeDesc::UINT16, Bytes);
-  const std::string exr = WritePicture("f.exr", 8, 4, 3, OIIO::TypeDesc::FLOAT, Bytes);
   Picture p8, p16, pf;
   String error;
-  ASSERT_TRUE(p8.Load(Filename(png8.c_str()), &error)) << error.GetStdString();
-  ASSERT_TRUE(p16.Load(Filename(png16.c_str()), &error)) << error.GetStdString();
-  ASSERT_TRUE(pf.Load(Filename(exr.c_str()), &error)) << error.GetStdString();
-  EXPECT_EQ(p8.GetBw(), 8);
-  EXPECT_EQ(p8.GetBh(), 4);
+  ASSERT_TRUE(p8.Load(Filename(WritePicture(scratch, "8.png", 8, 4, 3, OIIO::TypeDesc::UINT8, Bytes).c_str()), &error)) << error;
+  ASSERT_TRUE(p16.Load(Filename(WritePicture(scratch, "16.png", 8, 4, 3, OIIO::TypeDesc::UINT16, Bytes).c_str()), &error)) << error;
+  ASSERT_TRUE(pf.Load(Filename(WritePicture(scratch, "f.exr", 8, 4, 3, OIIO::TypeDesc::FLOAT, Bytes).c_str()), &error)) << error;
 
   // At a texel's centre the value is the texel's own, whatever the storage.
   EXPECT_LE((p8.Sample((2 + 0.5) / 8.0, (1 + 0.5) / 4.0, false) - Vector(Byte(2, 1, 0), Byte(2, 1, 1), Byte(2, 1, 2)) / 255.0).GetLength(), 1e-6);
@@ -339,19 +309,16 @@ TEST(RenderPicture, EightBitSixteenBitFloatAndGreyFilesSampleAlike)
   // Halfway between the last column and the first, the look-up wraps around the seam.
   const Vector seam = p8.Sample(0.0, (0 + 0.5) / 4.0, false);
   EXPECT_FLOAT_EQ(seam.x, (Byte(7, 0, 0) + Byte(0, 0, 0)) / 2.0f / 255.0f);
-  for (const std::string& path : {png8, png16, exr})
-    std::remove(path.c_str());
 
   // A grey picture fills all three channels.
   for (OIIO::TypeDesc type : {OIIO::TypeDesc::UINT8, OIIO::TypeDesc::FLOAT})
   {
-    const std::string path = WritePicture(type == OIIO::TypeDesc::UINT8 ? "grey.png" : "grey.exr", 4, 2, 1, type,
+    const std::string path = WritePicture(scratch, type == OIIO::TypeDesc::UINT8 ? "grey.png" : "grey.exr", 4, 2, 1, type,
                                           [](int x, int y, int) { return (40 * x + 100 * y) / 255.0f; });
     Picture p;
     ASSERT_TRUE(p.Load(Filename(path.c_str()), &error)) << error.GetStdString();
     const Vector c = p.Sample((3 + 0.5) / 4.0, (1 + 0.5) / 2.0, false);
     EXPECT_LE((c - Vector(220 / 255.0)).GetLength(), 1e-6) << type << ": " << c;
-    std::remove(path.c_str());
   }
 }
 

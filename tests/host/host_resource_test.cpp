@@ -1,13 +1,14 @@
-// The host's resource formats: the plug-in's real res/ folder, and files with mistakes in them.
+// The host's resource formats: the plug-in's real res/ folder, and files with mistakes in them. The
+// plug-in's own texts and parameters are checked where the plug-in loads them.
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "host_app.h"
 #include "resource_parser.h"
+#include "support/scratch_dir.h"
 
 GeResource g_resource;
 
@@ -25,45 +26,21 @@ struct ResourceTest : ::testing::Test
   }
 };
 
-// A scratch res/ folder holding the given files.
-std::string ScratchFolder(const std::string& name)
+// A scratch res/ folder with its two description folders.
+struct ScratchRes : ScratchDir
 {
-  const std::string dir = ::testing::TempDir() + name;
-  std::system(("rm -rf '" + dir + "' && mkdir -p '" + dir + "/description' '" + dir + "/strings_en-US/description'").c_str());
-  return dir;
-}
-void Write(const std::string& path, const std::string& text)
-{
-  std::ofstream(path) << text;
-}
+  ScratchRes()
+  {
+    std::filesystem::create_directories(dir / "description");
+    std::filesystem::create_directories(dir / "strings_en-US" / "description");
+  }
+};
 } // namespace
 
-TEST_F(ResourceTest, StringTableOfThePlugin)
-{
-  ASSERT_TRUE(g_resource.Init(kRes));
-  EXPECT_EQ(GeLoadString(10000), String("OrlixCam"));
-  EXPECT_TRUE(GeLoadString(10999).IsEmpty());
-  // The render-size question takes six values: four whole numbers and two proportions.
-  char text[512];
-  std::snprintf(text, sizeof(text), GeLoadString(10012).GetStdString().c_str(), 1920, 1000, 1.92, 1920, 960, 2.0);
-  EXPECT_NE(std::string(text).find("1920 x 960"), std::string::npos) << text;
-  g_resource.Free();
-  EXPECT_TRUE(GeLoadString(10000).IsEmpty()) << "freed resources give empty texts";
-}
-
-TEST_F(ResourceTest, DescriptionsOfThePlugin)
+TEST_F(ResourceTest, DescriptionElementsOfARealFile)
 {
   String error;
-  const host::DescriptionResource* tag = host::Descriptions().Load(kRes, String("OrlixTag"), &error);
-  ASSERT_NE(tag, nullptr) << error;
-  const host::DescriptionResource* vp = host::Descriptions().Load(kRes, String("OrlixCam"), &error);
-  ASSERT_NE(vp, nullptr) << error;
-
-  Int32 id = 0;
-  ASSERT_TRUE(host::Descriptions().ResolveSymbol(String("ORLIXVP_CUBE_CELL_LAST"), &id));
-  EXPECT_EQ(id, 1093);
-  EXPECT_FALSE(host::Descriptions().ResolveSymbol(String("ORLIXTAG_NO_SUCH_THING"), &id));
-
+  ASSERT_NE(host::Descriptions().Load(kRes, String("OrlixTag"), &error), nullptr) << error;
   Description desc;
   ASSERT_TRUE(desc.LoadDescription(String("OrlixTag")));
   const BaseContainer *pad = desc.GetParameterI(DescID(1053)), *lens = desc.GetParameterI(DescID(1006)), *fov = desc.GetParameterI(DescID(1008));
@@ -73,28 +50,16 @@ TEST_F(ResourceTest, DescriptionsOfThePlugin)
   EXPECT_EQ(std::vector<String>({pad->GetString(DESC_CUSTOMGUI), cycle.GetString(0), cycle.GetString(3), fov->GetString(DESC_UNIT), fov->GetString(DESC_NAME)}),
             std::vector<String>({String("XYPAD"), String("Panorama"), String("Cubemap"), String("DEGREE"), String("Field of View")}));
   EXPECT_EQ(fov->GetInt32(DESC_PARENTGROUP), 1007) << "the dome's field sits in the dome group";
-
-  // Every parameter of both tables is in its description, by ranges of ids.
-  Description vpDesc;
-  ASSERT_TRUE(vpDesc.LoadDescription(String("OrlixCam")));
-  const struct
-  {
-    Description& d;
-    Int32 first, last;
-  } ranges[] = {{desc, 1000, 1001}, {desc, 1003, 1022}, {desc, 1024, 1038}, {desc, 1040, 1050}, {desc, 1052, 1054},
-                {vpDesc, 1000, 1000}, {vpDesc, 1011, 1020}, {vpDesc, 1023, 1024}, {vpDesc, 1026, 1093}, {vpDesc, 1096, 1098}};
-  for (const auto& r : ranges)
-    for (Int32 id = r.first; id <= r.last; ++id)
-      EXPECT_NE(r.d.GetParameterI(DescID(id)), nullptr) << (&r.d == &desc ? "tag" : "video post") << " parameter " << id;
   EXPECT_FALSE(Description().LoadDescription(String("Unknown")));
 }
 
 TEST_F(ResourceTest, MistakesInSymbolsStringTablesAndDescriptionsNameFileAndLine)
 {
   const host::SymbolTable symbols = {{"IDS_A", 10000}};
-  const std::string dir = ScratchFolder("orlix_broken_res");
-  Write(dir + "/description/Broken.h", "enum { BROKEN_A = 1000, BROKEN_B = 1001 };\n");
-  Write(dir + "/strings_en-US/description/Broken.str", "STRINGTABLE Broken { Broken \"B\"; BROKEN_A \"A\"; }\n");
+  const ScratchRes res;
+  const std::string dir = res.dir.string();
+  res.Write("description/Broken.h", "enum { BROKEN_A = 1000, BROKEN_B = 1001 };\n");
+  res.Write("strings_en-US/description/Broken.str", "STRINGTABLE Broken { Broken \"B\"; BROKEN_A \"A\"; }\n");
   enum Kind { kSymbols, kStrings, kDescription };
   const struct
   {
@@ -127,7 +92,7 @@ TEST_F(ResourceTest, MistakesInSymbolsStringTablesAndDescriptionsNameFileAndLine
     std::string error;
     String loadError;
     if (row.kind == kDescription)
-      Write(dir + "/description/Broken.res", row.text);
+      res.Write("description/Broken.res", row.text);
     EXPECT_FALSE(row.kind == kSymbols   ? host::ParseSymbols(row.text, "x.h", parsed, &error)
                  : row.kind == kStrings ? host::ParseStringTable(row.text, "s.str", symbols, out, &error)
                                         : host::Descriptions().Load(Filename(dir.c_str()), String("Broken"), &loadError) != nullptr)
@@ -137,8 +102,8 @@ TEST_F(ResourceTest, MistakesInSymbolsStringTablesAndDescriptionsNameFileAndLine
   }
 
   // A description without its strings loads nothing.
-  std::remove((dir + "/strings_en-US/description/Broken.str").c_str());
-  Write(dir + "/description/Broken.res", "CONTAINER Broken\n{\n  BOOL BROKEN_A { }\n}\n");
+  std::filesystem::remove(res.Path("strings_en-US/description/Broken.str"));
+  res.Write("description/Broken.res", "CONTAINER Broken\n{\n  BOOL BROKEN_A { }\n}\n");
   String error;
   EXPECT_EQ(host::Descriptions().Load(Filename(dir.c_str()), String("Broken"), &error), nullptr);
   EXPECT_EQ(error, String(("cannot read " + dir + "/strings_en-US/description/Broken.str").c_str()));
@@ -160,11 +125,11 @@ TEST_F(ResourceTest, MissingOrBrokenStringFilesFailTheStart)
   EXPECT_FALSE(g_resource.IsLoaded());
   EXPECT_TRUE(host::App().console.Contains(String("cannot read /nonexistent/res/c4d_symbols.h")));
 
-  const std::string dir = ScratchFolder("orlix_bad_strings");
-  Write(dir + "/c4d_symbols.h", "enum { IDS_A = 10000, _DUMMY_ };\n");
-  Write(dir + "/strings_en-US/c4d_strings.str", "STRINGTABLE\n{\n  IDS_A \"fine\";\n  IDS_A \"no semicolon\"\n}\n");
+  const ScratchRes res;
+  res.Write("c4d_symbols.h", "enum { IDS_A = 10000, _DUMMY_ };\n");
+  res.Write("strings_en-US/c4d_strings.str", "STRINGTABLE\n{\n  IDS_A \"fine\";\n  IDS_A \"no semicolon\"\n}\n");
   host::App().console.Clear();
-  EXPECT_FALSE(g_resource.Init(Filename(dir.c_str())));
+  EXPECT_FALSE(g_resource.Init(Filename(res.dir.string().c_str())));
   EXPECT_TRUE(GeLoadString(10000).IsEmpty()) << "a broken table holds nothing";
   EXPECT_TRUE(host::App().console.Contains(String("c4d_strings.str:5: expected ';'"))) << host::App().console.Lines().front();
 }

@@ -12,18 +12,17 @@
 #include <utility>
 #include <vector>
 
-#include <unistd.h>
-
 #include "c4d.h"
 #include "host_app.h"
+#include "support/scratch_dir.h"
 
 namespace
 {
 // A float picture whose red is the column, green ten times the row and blue 1, so that every
 // bilinear mix can be worked out by hand.
-std::string WriteRamp(const std::string& name, int w, int h)
+std::string WriteRamp(const ScratchDir& dir, const std::string& name, int w, int h)
 {
-  const std::string path = ::testing::TempDir() + "orlix_shader_" + std::to_string(getpid()) + "_" + name;
+  const std::string path = dir.Path(name);
   std::vector<float> pixels;
   for (int y = 0; y < h; ++y)
     for (int x = 0; x < w; ++x)
@@ -76,6 +75,7 @@ class ShaderTest : public ::testing::Test
 protected:
   void SetUp() override { host::ResetApp(); }
   void TearDown() override { host::ResetApp(); }
+  ScratchDir scratch;
 };
 } // namespace
 
@@ -97,7 +97,6 @@ TEST_F(ShaderTest, SamplesOnlyBetweenInitRenderAndFreeRender)
   colour->FreeRender();
   EXPECT_EQ(SampleAt(colour, 0.5, 0.5), Vector()) << "freed";
   colour->FreeRender(); // a second FreeRender does nothing
-
 }
 
 TEST_F(ShaderTest, GradientAlongVNeedsTwoUsableKnots)
@@ -144,7 +143,7 @@ TEST_F(ShaderTest, PictureIsBilinearBetweenPixelCentres)
 {
   Shader p(BaseShader::Alloc(Xbitmap));
   EXPECT_EQ(p->InitRender(InitRenderStruct()), INITRENDERRESULT_ASSETMISSING) << "no file named";
-  p->GetDataInstance()->SetFilename(BITMAPSHADER_FILENAME, Filename(WriteRamp("ramp.tif", 4, 4).c_str()));
+  p->GetDataInstance()->SetFilename(BITMAPSHADER_FILENAME, Filename(WriteRamp(scratch, "ramp.tif", 4, 4).c_str()));
   ASSERT_EQ(p->InitRender(InitRenderStruct()), INITRENDERRESULT_OK);
   // Pixel centres of a 4 × 4 picture lie at 0.125, 0.375, 0.625, 0.875; red = column, green = 10 × row.
   const struct
@@ -169,7 +168,7 @@ TEST_F(ShaderTest, PictureIsBilinearBetweenPixelCentres)
   EXPECT_EQ(SampleAt(p, NAN, 0.5), Vector()) << "no position, no colour";
 
   // A relative name is found beside the document, and only with it.
-  const Filename file(WriteRamp("beside.tif", 2, 2).c_str());
+  const Filename file(WriteRamp(scratch, "beside.tif", 2, 2).c_str());
   BaseDocument* doc = BaseDocument::Alloc();
   doc->SetDocumentPath(file.GetDirectory());
   p->GetDataInstance()->SetFilename(BITMAPSHADER_FILENAME, file.GetFile());
@@ -182,7 +181,7 @@ TEST_F(ShaderTest, PictureIsBilinearBetweenPixelCentres)
 TEST_F(ShaderTest, SampledFromSeveralThreadsAtOnce)
 {
   Shader p(BaseShader::Alloc(Xbitmap)), g(BaseShader::Alloc(Xgradient));
-  p->GetDataInstance()->SetFilename(BITMAPSHADER_FILENAME, Filename(WriteRamp("threads.tif", 16, 8).c_str()));
+  p->GetDataInstance()->SetFilename(BITMAPSHADER_FILENAME, Filename(WriteRamp(scratch, "threads.tif", 16, 8).c_str()));
   ASSERT_EQ(p->InitRender(InitRenderStruct()), INITRENDERRESULT_OK);
   ASSERT_EQ(g->InitRender(InitRenderStruct()), INITRENDERRESULT_OK);
 
