@@ -25,27 +25,13 @@ TEST_F(HostSceneFile, WhatTheRichSceneLacksSurvivesSavingAndLoading)
 {
   // Fractional times, a gradient sky and a mesh of its own with a four-cornered polygon; the other
   // objects and the render settings go through saving and loading with the plug-in's scene test.
-  DocPtr doc(BaseDocument::Alloc());
-  doc->SetFps(24);
-  doc->SetMinTime(BaseTime(1.5));
-  doc->SetMaxTime(BaseTime(7.25));
-  doc->SetTime(BaseTime(2.0));
-  BaseObject* sky = BaseObject::Alloc(Osky);
-  sky->SetName(String("Sky"));
-  sky->GetDataInstance()->SetInt32(SKY_TYPE, SKY_TYPE_GRADIENT);
-  sky->GetDataInstance()->SetVector(SKY_COLOR_TOP, Vector(0, 0, 1));
-  sky->GetDataInstance()->SetVector(SKY_COLOR_BOTTOM, Vector(1, 1, 0));
-  sky->GetDataInstance()->SetFloat(SKY_INTENSITY, 0.5);
-  doc->InsertObject(sky, nullptr, nullptr);
-  PolygonObject* mesh = PolygonObject::Alloc(4, 2);
-  ASSERT_NE(mesh, nullptr);
-  mesh->SetName(String("Quad"));
+  host::scene::SceneError error;
+  DocPtr doc = Load(R"({"format": "orlixcam-scene/1", "fps": 24, "minTime": 1.5, "maxTime": 7.25, "time": 2, "objects": [
+    {"type": "sky", "name": "Sky", "gradient": {"top": [0, 0, 1], "bottom": [1, 1, 0]}, "intensity": 0.5},
+    {"type": "mesh", "name": "Quad", "points": [[0, 0, 0], [1, 0, 0], [1, 1, 0], [0, 1, 0.5]], "polygons": [[0, 1, 2], [0, 2, 3, 1]]}]})",
+                    &error);
+  ASSERT_TRUE(doc) << error.Message();
   const Vector pts[] = {Vector(0, 0, 0), Vector(1, 0, 0), Vector(1, 1, 0), Vector(0, 1, 0.5)};
-  std::copy(pts, pts + 4, mesh->GetPointW());
-  mesh->GetPolygonW()[0] = CPolygon(0, 1, 2);
-  mesh->GetPolygonW()[1] = CPolygon(0, 2, 3, 1);
-  doc->InsertObject(mesh, nullptr, nullptr);
-
   DocPtr back = RoundTrip(doc.get());
   ASSERT_TRUE(back);
   EXPECT_EQ(std::vector<Float>({Float(back->GetFps()), back->GetMinTime().Get(), back->GetMaxTime().Get(), back->GetTime().Get()}),
@@ -53,6 +39,7 @@ TEST_F(HostSceneFile, WhatTheRichSceneLacksSurvivesSavingAndLoading)
   int compared = 0;
   ExpectSameTree(doc->GetFirstObject(), back->GetFirstObject(), doc.get(), back.get(), compared, false);
   EXPECT_EQ(compared, 2);
+  EXPECT_EQ(back->SearchObject(String("Sky"))->GetDataInstance()->GetVector(SKY_COLOR_BOTTOM), Vector(1, 1, 0));
   auto* quad = static_cast<PolygonObject*>(back->SearchObject(String("Quad")));
   ASSERT_TRUE(quad && quad->GetType() == Opolygon && quad->GetPointCount() == 4);
   EXPECT_TRUE(std::equal(pts, pts + 4, quad->GetPointR()));
