@@ -1,5 +1,5 @@
-// The host's resource formats: the plug-in's real res/ folder, and files with mistakes in them. The
-// plug-in's own texts and parameters are checked where the plug-in loads them.
+// The host's resource formats: files with mistakes in them, and the forms a correct file may take.
+// The plug-in's real res/ folder is loaded by the plug-in's and scene-file tests.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -14,8 +14,6 @@ GeResource g_resource;
 
 namespace
 {
-const Filename kRes = Filename(ORLIX_SOURCE_DIR) + Filename("res");
-
 struct ResourceTest : ::testing::Test
 {
   void SetUp() override { host::ResetApp(); }
@@ -36,22 +34,6 @@ struct ScratchRes : ScratchDir
   }
 };
 } // namespace
-
-TEST_F(ResourceTest, DescriptionElementsOfARealFile)
-{
-  String error;
-  ASSERT_NE(host::Descriptions().Load(kRes, String("OrlixTag"), &error), nullptr) << error;
-  Description desc;
-  ASSERT_TRUE(desc.LoadDescription(String("OrlixTag")));
-  const BaseContainer *pad = desc.GetParameterI(DescID(1053)), *lens = desc.GetParameterI(DescID(1006)), *fov = desc.GetParameterI(DescID(1008));
-  ASSERT_TRUE(pad && lens && fov);
-  const BaseContainer cycle = lens->GetContainer(DESC_CYCLE);
-  EXPECT_EQ(cycle.GetDataCount(), 4);
-  EXPECT_EQ(std::vector<String>({pad->GetString(DESC_CUSTOMGUI), cycle.GetString(0), cycle.GetString(3), fov->GetString(DESC_UNIT), fov->GetString(DESC_NAME)}),
-            std::vector<String>({String("XYPAD"), String("Panorama"), String("Cubemap"), String("DEGREE"), String("Field of View")}));
-  EXPECT_EQ(fov->GetInt32(DESC_PARENTGROUP), 1007) << "the dome's field sits in the dome group";
-  EXPECT_FALSE(Description().LoadDescription(String("Unknown")));
-}
 
 TEST_F(ResourceTest, MistakesInSymbolsStringTablesAndDescriptionsNameFileAndLine)
 {
