@@ -3,11 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <fstream>
 #include <memory>
 #include <thread>
-
-#include <unistd.h>
 
 #include "OrlixCamVP.h"
 #include "description/OrlixTag.h"
@@ -16,6 +13,7 @@
 #include "plugin_fixture.h"
 #include "shader_kernel.h"
 #include "support/alloc_counter.h"
+#include "support/scratch_dir.h"
 
 namespace
 {
@@ -44,14 +42,6 @@ struct OpensOnceKernel : RecordingKernel
     return ++g_opens == 1 ? INITRENDERRESULT_OK : INITRENDERRESULT_UNKNOWNERROR;
   }
 };
-
-BaseContainer Knot(double position, double value)
-{
-  BaseContainer knot;
-  knot.SetFloat(GRADIENTKNOT_POSITION, position);
-  knot.SetVector(GRADIENTKNOT_COLOR, Vector(value));
-  return knot;
-}
 
 ::testing::AssertionResult Near(const Vector& a, const Vector& b, double tol = 1e-12)
 {
@@ -148,15 +138,6 @@ protected:
   BaseContainer* tagData = nullptr;
 };
 
-// A small grey picture, as a binary PPM that needs no library to write.
-std::string WriteGreyPicture(unsigned char value)
-{
-  const std::string path = ::testing::TempDir() + "orlix_stereo_" + std::to_string(getpid()) + ".ppm";
-  std::ofstream out(path, std::ios::binary);
-  out << "P6\n4 2\n255\n" << std::string(4 * 2 * 3, static_cast<char>(value));
-  EXPECT_TRUE(out.good());
-  return path;
-}
 } // namespace
 
 TEST_F(RayTest, PixelPositionsAndEdgeCases)
@@ -234,36 +215,6 @@ TEST_F(RayTest, CylinderOriginSlidesAlongTheStrip)
   EXPECT_TRUE(Near(Shoot(0, 50).p, Vector(10 - 50, 3.25, 0), 1e-9)) << "turned strip: ox = -50 along world x";
 }
 
-TEST_F(RayTest, EyeModelsPlaceBothEyesInTheCamerasFrame)
-{
-  Stereo(LensKind::Panorama, 201, 101);
-  const Matrix cam = MatrixMove(Vector(1, 2, 3)) * MatrixRotY(0.5);
-  camera->SetMg(cam);
-  const struct
-  {
-    Int32 model;
-    double side;
-    Float x;
-    Vector localOffset;
-    Vector localDirection;
-  } rows[] = {
-    // x = 150 is u = 0.75, looking right; x = 100 looks straight ahead. Model 5 acts as fixed.
-    {0, -kHalf, 150, {-kHalf, 0, 0}, {1, 0, 0}}, {0, kHalf, 150, {kHalf, 0, 0}, {1, 0, 0}},
-    {1, kHalf, 150, {0, 0, -kHalf}, {1, 0, 0}},  {2, -kHalf, 150, {0, 0, kHalf}, {1, 0, 0}},
-    {2, -kHalf, 100, {-kHalf, 0, 0}, {0, 0, 1}}, {3, -kHalf, 150, {0, kHalf, 0}, {1, 0, 0}},
-    {5, kHalf, 150, {kHalf, 0, 0}, {1, 0, 0}},
-  };
-  for (const auto& row : rows)
-  {
-    vp->settings.eyeModel = static_cast<EyeModel>(row.model);
-    UseEye(row.side);
-    const Ray r = Shoot(row.x, 50);
-    SCOPED_TRACE(::testing::Message() << "model " << row.model << " eye " << row.side << " x " << row.x);
-    EXPECT_TRUE(Near(r.p, cam * row.localOffset, 1e-9));
-    EXPECT_TRUE(Near(r.v, cam.TransformVector(row.localDirection), 1e-12));
-  }
-}
-
 TEST_F(RayTest, ConvergenceAndZenithThroughCreateRay)
 {
   Stereo(LensKind::Dome, 101, 101, [](LensSettings& s) { s.zeroParallaxDistance = 1000; });
@@ -290,41 +241,45 @@ TEST_F(RayTest, ConvergenceAndZenithThroughCreateRay)
   EXPECT_TRUE(Near(rim.p, cam * Vector(0, -kHalf, 0), 1e-9));
 }
 
-TEST_F(RayTest, GradientMapFadingToZeroBringsBothEyesToTheCamera)
+TEST_F(RayTest, MapValueScalesTheEyeOffsetUnclampedFromTheRendersOwnCopy)
 {
-  // A frame of a stereo panorama through a real gradient linked from the tag: separation 0 towards
-  // both poles (v up to 0.1 and from 0.9), 1 at the horizon, linear between.
-  Stereo(LensKind::Panorama, 64, 33, [](LensSettings& s) { s.eyeModel = EyeModel::Sweep; });
+  Stereo(LensKind::Panorama, 64, 33);
   const Matrix cam = MatrixMove(Vector(5, 100, -20)) * MatrixRotY(0.3);
   camera->SetMg(cam);
-  BaseShader* map = LinkMap(Xgradient);
-  BaseContainer knots;
-  knots.SetContainer(0, Knot(0.1, 0.0));
-  knots.SetContainer(1, Knot(0.5, 1.0));
-  knots.SetContainer(2, Knot(0.9, 0.0));
-  map->GetDataInstance()->SetContainer(GRADIENTSHADER_KNOTS, knots);
-  ASSERT_TRUE(vp->OpenSeparationClone(doc));
-
-  auto strength = [](double v) { return v <= 0.1 || v >= 0.9 ? 0.0 : (v < 0.5 ? (v - 0.1) / 0.4 : (0.9 - v) / 0.4); };
-  for (const double side : {-kHalf, kHalf})
+  UseEye(-kHalf);
+  BaseShader* map = LinkMap(Xcolor);
+  for (const double value : {0.5, 0.0, 2.5, -0.5})
   {
-    UseEye(side);
-    for (int y = 0; y < 33; ++y)
-      for (int x = 0; x < 64; ++x)
-      {
-        const Ray r = Shoot(x, y);
-        // Where the map gives 0 the eye must sit on the camera to rounding, not just near it.
-        const double want = kHalf * strength(y / 32.0);
-        EXPECT_NEAR((r.p - cam.off).GetLength(), want, want == 0.0 ? 1e-12 : 1e-9)
-          << "pixel " << x << ", " << y << " eye " << side;
-        // The map moves the eyes only; the fixed-axes eye looks as the camera does.
-        vp->settings.isStereo = false;
-        EXPECT_TRUE(Near(r.v, Shoot(x, y).v)) << "pixel " << x << ", " << y;
-        vp->settings.isStereo = true;
-      }
+    map->GetDataInstance()->SetFloat(COLORSHADER_BRIGHTNESS, value);
+    ASSERT_TRUE(vp->OpenSeparationClone(doc)); // opening again closes the old copy first
+    // The user may change the tag's shader during the render; the render keeps its copy.
+    map->GetDataInstance()->SetFloat(COLORSHADER_BRIGHTNESS, 9.0);
+    // Where the map gives 0 the eye must sit on the camera to rounding, not just near it.
+    EXPECT_TRUE(Near(Shoot(20, 16).p, cam * Vector(-kHalf * value, 0, 0), value == 0.0 ? 1e-12 : 1e-9)) << "map " << value;
   }
+  ChannelData cd;
+  EXPECT_EQ(map->Sample(&cd), Vector()) << "the tag's own shader is closed again";
   vp->CloseSeparationClone();
+  vp->CloseSeparationClone(); // nothing left to close
   EXPECT_EQ(vp->separationMap.shader, nullptr);
+}
+
+TEST_F(RayTest, MapIsLookedUpWhereTheLensLooks)
+{
+  // The recording map gives 0.5 and keeps the record it was sampled with.
+  Stereo(LensKind::Panorama, 201, 101);
+  LinkMap(kRecordingShader);
+  ASSERT_TRUE(vp->OpenSeparationClone(doc));
+  UseEye(-kHalf);
+  EXPECT_TRUE(Near(Shoot(100, 50).p, camera->GetMg() * Vector(-kHalf * 0.5, 0, 0), 1e-9));
+  EXPECT_TRUE(Near(g_lastSample.p, Vector(0.75, 0.5, 0), 1e-15)) << "the panorama's centre, a quarter of the map on";
+  EXPECT_EQ(g_lastSample.texflag, TEX_TILE);
+
+  // A dome with the zenith setting, taken when the copy opens, looks up dome positions, v upward.
+  Stereo(LensKind::Dome, 101, 101, [](LensSettings& s) { s.domeZenith = s.separationMapOn = true; });
+  ASSERT_TRUE(vp->OpenSeparationClone(doc));
+  Shoot(75, 25);
+  EXPECT_TRUE(Near(g_lastSample.p, Vector(0.75, 0.75, 0.5), 1e-15));
 }
 
 TEST_F(RayTest, NoCloneWithoutAMapThatOpens)
@@ -352,33 +307,6 @@ TEST_F(RayTest, NoCloneWithoutAMapThatOpens)
   EXPECT_TRUE(Near(Shoot(20, 16).p, camera->GetMg() * Vector(-kHalf, 0, 0), 1e-9)) << "full separation";
 }
 
-TEST_F(RayTest, CloneIsTheRendersOwnCopy)
-{
-  Stereo(LensKind::Panorama, 64, 33);
-  BaseShader* map = LinkMap(Xcolor);
-  map->GetDataInstance()->SetFloat(COLORSHADER_BRIGHTNESS, 0.5);
-  ASSERT_TRUE(vp->OpenSeparationClone(doc));
-  BaseShader* clone = vp->separationMap.shader;
-  ASSERT_NE(clone, nullptr);
-  EXPECT_NE(clone, map);
-
-  ChannelData cd;
-  EXPECT_EQ(map->Sample(&cd), Vector()) << "the tag's own shader is closed again";
-  EXPECT_TRUE(Near(clone->Sample(&cd), Vector(0.5))) << "the copy is open";
-
-  // The user may change the tag's shader during the render; the render keeps its copy.
-  map->GetDataInstance()->SetFloat(COLORSHADER_BRIGHTNESS, 0.0);
-  UseEye(-kHalf);
-  EXPECT_TRUE(Near(Shoot(20, 16).p, camera->GetMg() * Vector(-kHalf * 0.5, 0, 0), 1e-9));
-
-  // Opening again closes the old copy first.
-  ASSERT_TRUE(vp->OpenSeparationClone(doc));
-  EXPECT_TRUE(Near(Shoot(20, 16).p, camera->GetMg().off, 1e-9)) << "the new copy has the new setting";
-  vp->CloseSeparationClone();
-  vp->CloseSeparationClone(); // nothing left to close
-  EXPECT_EQ(vp->separationMap.shader, nullptr);
-}
-
 TEST_F(RayTest, FailedCloneIsReportedAndRendersAtFullSeparation)
 {
   Stereo(LensKind::Panorama, 64, 33);
@@ -391,42 +319,6 @@ TEST_F(RayTest, FailedCloneIsReportedAndRendersAtFullSeparation)
   EXPECT_EQ(host::App().console.Lines().back(), String("--- OrlixCam: Shader clone error"));
   UseEye(kHalf);
   EXPECT_TRUE(Near(Shoot(20, 16).p, camera->GetMg() * Vector(kHalf, 0, 0), 1e-9));
-}
-
-TEST_F(RayTest, SampleSeparationMapContract)
-{
-  BaseShader* recorder = LinkMap(kRecordingShader);
-  ASSERT_EQ(recorder->InitRender(InitRenderStruct(doc)), INITRENDERRESULT_OK);
-  const Vector ahead(0, 0, 1); // the lens direction of a panorama's centre
-
-  g_samples = 0;
-  EXPECT_EQ(SampleSeparationMap(SeparationMapLookup(), ahead), 1.0) << "no shader: full separation";
-  EXPECT_EQ(g_samples.load(), 0);
-
-  // A sphere's map: the first component, and the record the shader is sampled with.
-  SeparationMapLookup map{recorder, false, PI};
-  EXPECT_EQ(SampleSeparationMap(map, ahead), 0.5);
-  EXPECT_EQ(g_samples.load(), 1);
-  EXPECT_TRUE(Near(g_lastSample.p, Vector(0.75, 0.5, 0), 1e-15)) << "a quarter of the image on";
-  EXPECT_EQ(g_lastSample.texflag, TEX_TILE);
-
-  // A dome with the zenith setting looks up dome positions, v upward.
-  Stereo(LensKind::Dome, 100, 100, [](LensSettings& s) { s.domeZenith = true; });
-  Vector uv(0.75, 0.25, 0);
-  map.domeZenith = true;
-  SampleSeparationMap(map, PixelToDirection(*vp, uv));
-  EXPECT_TRUE(Near(g_lastSample.p, Vector(0.75, 0.75, 0.5), 1e-15));
-  recorder->FreeRender();
-
-  // No clamp: a map of 2.5 gives 2.5, a map below 0 gives its value.
-  BaseShader* bright = LinkMap(Xcolor);
-  for (const double value : {2.5, -0.5})
-  {
-    bright->GetDataInstance()->SetFloat(COLORSHADER_BRIGHTNESS, value);
-    ASSERT_EQ(bright->InitRender(InitRenderStruct(doc)), INITRENDERRESULT_OK);
-    EXPECT_EQ(SampleSeparationMap(SeparationMapLookup{bright, false, PI}, ahead), value);
-  }
-  bright->FreeRender();
 }
 
 TEST_F(RayTest, BeginAndEndOpenTheLinkedShaderOnce)
@@ -467,8 +359,11 @@ TEST_F(RayTest, RaysAllocateNothing)
 
   Stereo(LensKind::Panorama, 129, 65, [](LensSettings& s) { s.zeroParallaxDistance = 500; });
   camera->SetMg(MatrixMove(Vector(0, 150, 0)) * MatrixRotY(0.4));
+  // A small grey picture, as a binary PPM that needs no library to write.
+  const ScratchDir scratch;
+  const std::string grey = scratch.Write("grey.ppm", "P6\n4 2\n255\n" + std::string(4 * 2 * 3, static_cast<char>(191)));
   BaseShader* picture = LinkMap(Xbitmap);
-  picture->GetDataInstance()->SetFilename(BITMAPSHADER_FILENAME, Filename(WriteGreyPicture(191).c_str()));
+  picture->GetDataInstance()->SetFilename(BITMAPSHADER_FILENAME, Filename(grey.c_str()));
   BaseShader* gradient = BaseShader::Alloc(Xgradient);
   tag->InsertShader(gradient);
   BaseShader* colour = BaseShader::Alloc(Xcolor);
