@@ -1,10 +1,11 @@
 // The lens tag: its priority, the video post it brings, and the pictures it loads from res/.
-#include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "OrlixCamVP.h"
 #include "OrlixTag.h"
 #include "plugin_fixture.h"
+#include "support/scratch_dir.h"
 
 namespace
 {
@@ -93,15 +94,17 @@ TEST_F(TagTest, MissingResFolderCostsEightLinesNotTheTag)
 TEST_F(TagTest, UnreadablePictureIsLoggedAsNotLoaded)
 {
   // A folder that has the files, but one of them is no picture.
-  const std::string dir = ::testing::TempDir() + "orlix_bad_res";
-  const std::string res = dir + "/res";
-  ASSERT_EQ(std::system(("rm -rf '" + dir + "' && mkdir -p '" + res + "' && cp '" ORLIX_SOURCE_DIR "'/res/*.png '" ORLIX_SOURCE_DIR
-                         "'/res/*.tif '" + res + "/' && echo broken > '" + res + "/side_U.png'").c_str()),
-            0);
-  host::SetPluginFolder(Filename(dir.c_str()));
+  const ScratchDir scratch;
+  const std::filesystem::path res = scratch.dir / "res";
+  std::filesystem::create_directory(res);
+  for (const auto& entry : std::filesystem::directory_iterator(ORLIX_SOURCE_DIR "/res"))
+    if (entry.path().extension() == ".png" || entry.path().extension() == ".tif")
+      std::filesystem::copy(entry.path(), res);
+  scratch.Write("res/side_U.png", "broken\n");
+  host::SetPluginFolder(Filename(scratch.dir.c_str()));
   host::App().console.Clear();
   AddTaggedCamera("Cam");
   const auto& lines = host::App().console.Lines();
   ASSERT_EQ(lines.size(), 1u);
-  EXPECT_EQ(lines[0], String(("--- OrlixCam: >>> ERROR loadign bmp [" + res + "/side_U.png]").c_str()));
+  EXPECT_EQ(lines[0], String(("--- OrlixCam: >>> ERROR loadign bmp [" + (res / "side_U.png").string() + "]").c_str()));
 }
