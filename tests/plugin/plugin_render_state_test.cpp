@@ -1,27 +1,7 @@
-// The render state: an inactive render, and the channel records' hand-written copy.
+// The channel records' hand-written copy.
 #include <gtest/gtest.h>
 
-#include <memory>
-
 #include "OrlixCamVP.h"
-
-namespace
-{
-std::unique_ptr<OrlixCamVP> MakeVP()
-{
-  return std::unique_ptr<OrlixCamVP>(static_cast<OrlixCamVP*>(OrlixCamVP::Alloc()));
-}
-} // namespace
-
-TEST(RenderState, InactiveRenderAnswersNothing)
-{
-  auto vp = MakeVP();
-  EXPECT_EQ(vp->GetRenderInfo(nullptr), VIDEOPOSTINFO_NONE);
-  EXPECT_EQ(vp->Execute(nullptr, nullptr), RENDERRESULT_OK);
-  EXPECT_EQ(vp->StereoGetCameraCountEditor(nullptr, nullptr, nullptr), 0);
-  vp->isActive = true;
-  EXPECT_EQ(static_cast<Int32>(vp->GetRenderInfo(nullptr)), 1072) << "execute line, execute pixel and custom lens";
-}
 
 TEST(LensChannelRecord, CopySharesTheNameAndReleasesTheOld)
 {
