@@ -40,30 +40,21 @@ TEST_F(TagTest, TagRunsCameraDependentAndLoadsItsPictures)
   EXPECT_FALSE(host::App().console.Contains(String("ERROR"))) << "every picture of res/ loads";
 }
 
-TEST_F(TagTest, NewTagBringsTheVideoPostLast)
+TEST_F(TagTest, NewTagBringsTheVideoPostLastAndBringsItBackOnce)
 {
+  // A disabled video post found, not doubled, is the scene file test's.
   RenderData* rd = doc->GetActiveRenderData();
   rd->InsertVideoPost(BaseVideoPost::Alloc(1000001));
-  AddTaggedCamera("Cam");
-  ASSERT_EQ(CountVideoPosts(rd, OrlixCamVP::ID), 1);
-  EXPECT_EQ(LastVideoPost(rd)->GetType(), OrlixCamVP::ID) << "inserted behind what was there";
-
-  auto* state = static_cast<OrlixCamVP*>(LastVideoPost(rd)->GetNodeData());
-  EXPECT_GT(state->faceBitmaps[6]->GetBw(), 0) << "the layout pictures load at Init";
-}
-
-TEST_F(TagTest, DisabledVideoPostIsFoundNotDoubled)
-{
-  RenderData* rd = doc->GetActiveRenderData();
-  BaseVideoPost* existing = BaseVideoPost::Alloc(OrlixCamVP::ID);
-  existing->SetBit(BIT_VPDISABLED);
-  rd->InsertVideoPost(existing);
   BaseObject* cam = AddTaggedCamera("Cam");
-  EXPECT_EQ(CountVideoPosts(rd, OrlixCamVP::ID), 1);
-  auto* tagData = static_cast<OrlixTag*>(cam->GetTag(OrlixTag::ID)->GetNodeData());
-  EXPECT_EQ(tagData->FindOrAddVideoPost(nullptr, true), existing);
+  ASSERT_EQ(CountVideoPosts(rd, OrlixCamVP::ID), 1);
+  BaseVideoPost* existing = LastVideoPost(rd);
+  EXPECT_EQ(existing->GetType(), OrlixCamVP::ID) << "inserted behind what was there";
+  auto* state = static_cast<OrlixCamVP*>(existing->GetNodeData());
+  EXPECT_GT(state->faceBitmaps[6]->GetBw(), 0) << "the layout pictures load at Init";
 
   // Deleted by the user, it comes back at the next call; without create it stays away.
+  auto* tagData = static_cast<OrlixTag*>(cam->GetTag(OrlixTag::ID)->GetNodeData());
+  EXPECT_EQ(tagData->FindOrAddVideoPost(nullptr, true), existing);
   existing->Remove();
   BaseVideoPost::Free(existing);
   EXPECT_EQ(tagData->FindOrAddVideoPost(nullptr, false), nullptr);
