@@ -28,32 +28,26 @@ BaseVideoPost* LastVideoPost(RenderData* rd)
 using TagTest = PluginTest;
 } // namespace
 
-TEST_F(TagTest, TagRunsCameraDependentAndLoadsItsPictures)
+TEST_F(TagTest, NewTagRunsCameraDependentAndBringsTheVideoPostLast)
 {
+  // A disabled video post found, not doubled, is the scene file test's; that every picture of res/
+  // loads, the unreadable picture's.
+  RenderData* rd = doc->GetActiveRenderData();
+  rd->InsertVideoPost(BaseVideoPost::Alloc(1000001));
   BaseTag* tag = AddTaggedCamera("Cam")->GetTag(OrlixTag::ID);
   GeData priority;
   ASSERT_TRUE(tag->GetParameter(DescID(EXPRESSION_PRIORITY), priority));
   auto* pd = static_cast<PriorityData*>(priority.GetCustomDataType(CUSTOMDATATYPE_PRIORITY));
   ASSERT_NE(pd, nullptr);
   EXPECT_TRUE(pd->GetPriorityValue(PRIORITYVALUE_CAMERADEPENDENT).GetBool());
-  EXPECT_GT(static_cast<OrlixTag*>(tag->GetNodeData())->sideBitmaps[5]->GetBw(), 0);
-  EXPECT_FALSE(host::App().console.Contains(String("ERROR"))) << "every picture of res/ loads";
-}
-
-TEST_F(TagTest, NewTagBringsTheVideoPostLastAndBringsItBackOnce)
-{
-  // A disabled video post found, not doubled, is the scene file test's.
-  RenderData* rd = doc->GetActiveRenderData();
-  rd->InsertVideoPost(BaseVideoPost::Alloc(1000001));
-  BaseObject* cam = AddTaggedCamera("Cam");
+  auto* tagData = static_cast<OrlixTag*>(tag->GetNodeData());
+  EXPECT_GT(tagData->sideBitmaps[5]->GetBw(), 0);
   ASSERT_EQ(CountVideoPosts(rd, OrlixCamVP::ID), 1);
   BaseVideoPost* existing = LastVideoPost(rd);
   EXPECT_EQ(existing->GetType(), OrlixCamVP::ID) << "inserted behind what was there";
-  auto* state = static_cast<OrlixCamVP*>(existing->GetNodeData());
-  EXPECT_GT(state->faceBitmaps[6]->GetBw(), 0) << "the layout pictures load at Init";
+  EXPECT_GT(static_cast<OrlixCamVP*>(existing->GetNodeData())->faceBitmaps[6]->GetBw(), 0) << "the layout pictures load at Init";
 
   // Deleted by the user, it comes back at the next call; without create it stays away.
-  auto* tagData = static_cast<OrlixTag*>(cam->GetTag(OrlixTag::ID)->GetNodeData());
   EXPECT_EQ(tagData->FindOrAddVideoPost(nullptr, true), existing);
   existing->Remove();
   BaseVideoPost::Free(existing);
