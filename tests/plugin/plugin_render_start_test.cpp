@@ -92,9 +92,8 @@ TEST_F(RenderStart, CountsForEveryCase)
 {
   RenderData* rd = doc->GetActiveRenderData();
   struct Case { Int32 lens, layout, stereoMode; Bool stereo; Int32 images; } cases[] = {
-    // A stereo cubemap side by side and a mono dome are the command line's info test's.
-    {1, 0, 0, true, 2}, {1, 0, 3, true, 1}, {3, 6, 0, false, 1}, {3, 0, 0, false, 6}, {3, 2, 3, true, 6},
-    {0, 0, 2, true, 2},
+    // One row for each setting read; how they combine is the channel plan's test's.
+    {1, 0, 0, true, 2}, {1, 0, 3, true, 1}, {3, 6, 0, false, 1}, {3, 0, 0, false, 6},
   };
   for (const Case& c : cases)
   {
@@ -128,31 +127,25 @@ TEST_F(RenderStart, EyeCamerasSitOnTheCamerasXAxis)
   EXPECT_EQ(other.strName, String("untouched"));
 }
 
-TEST_F(RenderStart, StereoSwitchesAlphaOffInTheRunningRenderOnly)
-{
-  Settings().SetBool(RDATA_STEREO, true);
-  Settings().SetBool(RDATA_ALPHACHANNEL, true);
-  auto render = Start(64, 64);
-  EXPECT_TRUE(vp->settings.isStereo);
-  EXPECT_FALSE(render->settings.GetBool(RDATA_ALPHACHANNEL));
-  EXPECT_TRUE(Settings().GetBool(RDATA_ALPHACHANNEL)) << "the document's settings stay as they were";
-  EXPECT_TRUE(host::App().console.Contains(String("Alpha channel disabled for Stereoscopic render")));
-}
-
-TEST_F(RenderStart, SwappedEyesTakeTheirFlipsAlong)
+TEST_F(RenderStart, StereoSwitchesAlphaOffInTheRunningRenderOnlyAndSwappedEyesTakeTheirFlipsAlong)
 {
   // The odd width's lost column is the whole-render side-by-side test's.
   VP().SetInt32(ORLIXVP_STEREO_MODE, 1);
   VP().SetBool(ORLIXVP_FLIP_X_RIGHT, true);
   VP().SetBool(ORLIXVP_SWAP_EYES, true);
   Settings().SetBool(RDATA_STEREO, true);
-  Start(1000, 500);
+  Settings().SetBool(RDATA_ALPHACHANNEL, true);
+  auto render = Start(1000, 500);
+  EXPECT_TRUE(vp->settings.isStereo);
+  EXPECT_FALSE(render->settings.GetBool(RDATA_ALPHACHANNEL));
+  EXPECT_TRUE(Settings().GetBool(RDATA_ALPHACHANNEL)) << "the document's settings stay as they were";
+  EXPECT_TRUE(host::App().console.Contains(String("Alpha channel disabled for Stereoscopic render")));
   EXPECT_EQ(vp->plan.eyes[0].channelIndex, 1) << "swapped: the first image is the right eye";
   EXPECT_TRUE(vp->plan.eyes[0].flipX) << "flips follow the eye, not the place";
   EXPECT_FALSE(vp->plan.eyes[1].flipX);
 }
 
-TEST_F(RenderStart, SnapshotTakesTheLensSettings)
+TEST_F(RenderStart, SnapshotTakesTheLensSettingsAndTheDomeItsLogoCorner)
 {
   Tag().SetInt32(ORLIXTAG_LENS, 0);
   Tag().SetBool(ORLIXTAG_PANO_CUSTOM, true);
@@ -166,12 +159,9 @@ TEST_F(RenderStart, SnapshotTakesTheLensSettings)
   EXPECT_DOUBLE_EQ(vp->settings.verticalStart, 0.25);
   EXPECT_DOUBLE_EQ(vp->settings.verticalEnd, 1.0);
   EXPECT_FALSE(vp->settings.slateOn) << "the slate belongs to domes only";
-}
 
-TEST_F(RenderStart, DomeLogoCorner)
-{
-  // Pictures that don't load are the whole-render tests'.
-  VP().SetBool(ORLIXVP_SLATE, true);
+  // A dome's logo corner; pictures that don't load are the whole-render tests'.
+  Tag().SetInt32(ORLIXTAG_LENS, 1);
   Start(1000, 1000);
   Open();
   EXPECT_EQ(vp->activeArea.radius, 500.0);
