@@ -137,22 +137,7 @@ TEST_F(Overlays, LogoCornerOfAWideDomeGrowsToTheLeft)
   EXPECT_EQ(DrawOverlays(*vp, &vps), RENDERRESULT_OK) << "nothing to draw needs no buffer";
 }
 
-TEST_F(Overlays, TechnicalBlockLines)
-{
-  vp->activeArea = Area(0, 0, 1999, 999);
-  vp->settings.fps = 24.0;
-  vp->docMinTime = BaseTime(0.0, 1.0);
-  vp->docMaxTime = BaseTime(10.0, 1.0);
-  const std::vector<String> lines = SlateTechnicalLines(*vp);
-  ASSERT_EQ(lines.size(), 6u);
-  const std::vector<String> first = {String("<Document>"), String("Resolution: 2000 x 1000"),
-                                     String("Total Time: 000:10.00"), String("Total Frames: 000241")};
-  EXPECT_EQ(std::vector<String>(lines.begin(), lines.begin() + 4), first) << "a document without a name first";
-  vp->documentName = Filename("/scenes/show/Opening.json");
-  EXPECT_EQ(SlateTechnicalLines(*vp)[0], String("Opening.json")) << "the file part of the name";
-}
-
-TEST_F(Overlays, SlateTextIsWhiteCoverageFromTheMarginOn)
+TEST_F(Overlays, SlateTextIsWhiteCoverageFromTheMarginOnAndTheTechnicalLinesReadRight)
 {
   // A dome of 2000: the margin is 9, not 10.
   const Int32 D = 2000;
@@ -182,4 +167,13 @@ TEST_F(Overlays, SlateTextIsWhiteCoverageFromTheMarginOn)
   EXPECT_EQ(covered(0, 0, 9, D), 0) << "the left margin of 9 stays free";
   EXPECT_EQ(covered(0, 0, D, 9), 0) << "and the top margin";
   EXPECT_GT(covered(9, 9, 13, 40), 0) << "the title starts right at the margin";
+
+  // The technical block's lines: a document without a name first, then the file part of a name.
+  const std::vector<String> lines = SlateTechnicalLines(*vp);
+  ASSERT_EQ(lines.size(), 6u);
+  const std::vector<String> first = {String("<Document>"), String("Resolution: 2000 x 2000"),
+                                     String("Total Time: 000:04.00"), String("Total Frames: 000101")};
+  EXPECT_EQ(std::vector<String>(lines.begin(), lines.begin() + 4), first);
+  vp->documentName = Filename("/scenes/show/Opening.json");
+  EXPECT_EQ(SlateTechnicalLines(*vp)[0], String("Opening.json"));
 }
