@@ -1,4 +1,4 @@
-// Finding the lens camera: the render view's link first, else the first enabled tagged camera.
+// Finding the lens camera without the view's link (the render start's test): the first enabled tagged camera.
 #include <memory>
 
 #include "OrlixCamVP.h"
@@ -25,19 +25,6 @@ struct LookupTest : PluginTest
   static BaseTag* Tag(BaseObject* cam) { return cam->MakeTag(OrlixTag::ID); }
 };
 } // namespace
-
-TEST_F(LookupTest, LinkedViewCameraStandsEvenWithoutATag)
-{
-  BaseObject* tagged = Camera("Tagged");
-  Tag(tagged);
-  BaseObject* plain = Camera("Plain");
-  doc->GetRenderBaseDraw()->SetSceneCamera(plain);
-
-  EXPECT_EQ(FindCameraAndTag(*state, doc), doc->GetRenderBaseDraw());
-  EXPECT_EQ(state->camera, plain);
-  EXPECT_EQ(state->tag, nullptr) << "no search runs while the view has a link";
-  EXPECT_FALSE(state->switchSceneCamera);
-}
 
 TEST_F(LookupTest, SearchFindsTheFirstEnabledTaggedCameraDepthFirst)
 {
