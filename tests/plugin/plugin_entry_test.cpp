@@ -98,7 +98,7 @@ TEST(PluginLog, ConsoleLinesAreCutAt1023)
   host::ResetApp();
 }
 
-TEST(PluginText, FrameNumbersTimecodesDatesAndLines)
+TEST(PluginText, FrameNumbersTimecodesDatesLinesAndPixelPositions)
 {
   EXPECT_EQ(FormatFrameNumber(12), "000012");
   EXPECT_EQ(FormatFrameNumber(1234567), "1234567") << "wider numbers are not cut";
@@ -115,10 +115,8 @@ TEST(PluginText, FrameNumbersTimecodesDatesAndLines)
   EXPECT_EQ(SplitLines(String("TITLE\n\nLicence")), three);
   EXPECT_EQ(SplitLines(String()), std::vector<String>{String()}) << "an empty text is one empty line";
   EXPECT_EQ(SplitLines(String("end\n")), (std::vector<String>{String("end"), String()})) << "a trailing line feed";
-}
 
-TEST(PluginText, PixelPositionsFromAnyDoubleStayWithinInt32)
-{
+  // Pixel positions from any double stay within Int32.
   constexpr Int32 kMax = std::numeric_limits<Int32>::max(), kMin = std::numeric_limits<Int32>::min();
   const struct { double in; Int32 out; } rows[] = {
     {-2.7, -2}, {std::nan(""), 0}, {HUGE_VAL, kMax}, {-HUGE_VAL, kMin}, {3.0e9, kMax}, {-3.0e9, kMin}};

@@ -137,7 +137,7 @@ protected:
 
 } // namespace
 
-TEST_F(RayTest, PixelPositionsAndEdgeCases)
+TEST_F(RayTest, PixelPositionsEdgeCasesAndTheCamerasGlobalMatrix)
 {
   // A full-sphere panorama turns uv into a known direction: read the position back from it.
   UseLens(*vp, LensFor(LensKind::Panorama), 201, 101, Vector(100, 50, 0));
@@ -158,10 +158,9 @@ TEST_F(RayTest, PixelPositionsAndEdgeCases)
   vp->isActive = false;
   const Ray untouched = Shoot(10, 10);
   EXPECT_TRUE(untouched.p == Vector(-9, -9, -9) && untouched.v == Vector(-9, -9, -9)) << "inactive leaves the ray alone";
-}
 
-TEST_F(RayTest, MonoRayFollowsTheCamerasGlobalMatrix)
-{
+  // A mono ray follows the camera's global matrix.
+  vp->isActive = true;
   UseLens(*vp, LensFor(LensKind::Dome), 101, 101);
   const Matrix mg = MatrixMove(Vector(1, 2, 3)) * MatrixRotY(0.4) * MatrixRotX(-0.3);
   camera->SetMg(mg);
