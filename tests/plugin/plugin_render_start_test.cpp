@@ -1,4 +1,5 @@
-// The render-start check, the camera counts and the channel plan, driven stage by stage.
+// The render-start check, the camera counts and the channel plan, driven stage by stage; and the
+// channel records' hand-written copy.
 #include <memory>
 
 #include "OrlixCamVP.h"
@@ -177,4 +178,25 @@ TEST_F(RenderStart, CubemapPreviewIsOneSquareFace)
   Start(1000, 1000);
   EXPECT_EQ(vp->plan.frameArea.height, 1000) << "a cubemap preview is square";
   EXPECT_EQ(vp->gridSize, Vector(1, 1, 0)) << "a preview shows one face";
+}
+
+TEST(LensChannelRecord, CopySharesTheNameAndReleasesTheOld)
+{
+  LensChannel a, b;
+  a.strName = String("left eye");
+  a.rotation = 270;
+  b.strName = String("old name");
+  const String oldName = b.strName;
+  ASSERT_EQ(oldName.GetReferenceCount(), 2);
+
+  b = a;
+  EXPECT_TRUE(b.strName.SharesBufferWith(a.strName)) << "the copy holds the same string";
+  EXPECT_EQ(a.strName.GetReferenceCount(), 2);
+  EXPECT_EQ(oldName.GetReferenceCount(), 1) << "the target's old string is released";
+  EXPECT_EQ(b.rotation, 270) << "the lens fields come along";
+
+  LensChannel& self = a;
+  a = self;
+  EXPECT_EQ(a.strName, String("left eye")) << "a record copied onto itself is left alone";
+  EXPECT_EQ(a.strName.GetReferenceCount(), 2);
 }
