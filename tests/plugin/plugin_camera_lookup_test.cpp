@@ -11,18 +11,6 @@ namespace
 struct LookupTest : PluginTest
 {
   std::unique_ptr<OrlixCamVP> state{static_cast<OrlixCamVP*>(OrlixCamVP::Alloc())};
-
-  BaseObject* Camera(const char* name, BaseObject* parent = nullptr)
-  {
-    BaseObject* cam = BaseObject::Alloc(Ocamera);
-    cam->SetName(String(name));
-    if (parent)
-      cam->InsertUnderLast(parent);
-    else
-      doc->InsertObject(cam, nullptr, nullptr);
-    return cam;
-  }
-  static BaseTag* Tag(BaseObject* cam) { return cam->MakeTag(OrlixTag::ID); }
 };
 } // namespace
 
@@ -31,13 +19,14 @@ TEST_F(LookupTest, SearchFindsTheFirstEnabledTaggedCameraDepthFirst)
   // Last in the list, a tagged object that is no camera: found if nothing else is, it would be wrong.
   BaseObject* null = BaseObject::Alloc(Onull);
   doc->InsertObject(null, nullptr, nullptr);
-  Tag(null);
-  BaseObject* off = Camera("Render mode off");
-  BaseTag* offTag = Tag(off);
-  BaseObject* disabled = Camera("Tag disabled");
-  Tag(disabled)->GetDataInstance()->SetBool(ORLIXTAG_ENABLED, false);
-  BaseObject* child = Camera("Child of disabled", disabled);
-  BaseTag* childTag = Tag(child);
+  null->MakeTag(OrlixTag::ID);
+  BaseObject* off = AddTaggedCamera("Render mode off");
+  BaseTag* offTag = off->GetTag(OrlixTag::ID);
+  BaseObject* disabled = AddTaggedCamera("Tag disabled");
+  disabled->GetTag(OrlixTag::ID)->GetDataInstance()->SetBool(ORLIXTAG_ENABLED, false);
+  BaseObject* child = BaseObject::Alloc(Ocamera);
+  child->InsertUnderLast(disabled);
+  BaseTag* childTag = child->MakeTag(OrlixTag::ID);
   // The document lists the last inserted first: disabled (with its child), then off.
   off->SetRenderMode(MODE_OFF);
   ASSERT_EQ(doc->GetFirstObject(), disabled);
@@ -61,8 +50,7 @@ TEST_F(LookupTest, SearchFindsTheFirstEnabledTaggedCameraDepthFirst)
 
 TEST_F(LookupTest, DocumentFallsBackToTheActiveOneThenToNothing)
 {
-  BaseObject* cam = Camera("Cam");
-  Tag(cam);
+  BaseObject* cam = AddTaggedCamera("Cam");
   FindCameraAndTag(*state, nullptr);
   EXPECT_EQ(state->camera, cam) << "without a document the active one is searched";
 

@@ -17,14 +17,6 @@ Int32 CountVideoPosts(RenderData* rd, Int32 type)
   return n;
 }
 
-BaseVideoPost* LastVideoPost(RenderData* rd)
-{
-  BaseVideoPost* last = rd->GetFirstVideoPost();
-  while (last && last->GetNext())
-    last = last->GetNext();
-  return last;
-}
-
 using TagTest = PluginTest;
 } // namespace
 
@@ -43,8 +35,8 @@ TEST_F(TagTest, NewTagRunsCameraDependentAndBringsTheVideoPostLast)
   auto* tagData = static_cast<OrlixTag*>(tag->GetNodeData());
   EXPECT_GT(tagData->sideBitmaps[5]->GetBw(), 0);
   ASSERT_EQ(CountVideoPosts(rd, OrlixCamVP::ID), 1);
-  BaseVideoPost* existing = LastVideoPost(rd);
-  EXPECT_EQ(existing->GetType(), OrlixCamVP::ID) << "inserted behind what was there";
+  BaseVideoPost* existing = rd->GetFirstVideoPost()->GetNext();
+  ASSERT_TRUE(existing && existing->GetType() == OrlixCamVP::ID && !existing->GetNext()) << "inserted behind what was there";
   EXPECT_GT(static_cast<OrlixCamVP*>(existing->GetNodeData())->faceBitmaps[6]->GetBw(), 0) << "the layout pictures load at Init";
 
   // Deleted by the user, it comes back at the next call; without create it stays away.
