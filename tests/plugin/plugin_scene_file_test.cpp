@@ -51,8 +51,6 @@ const char* const SceneFile::kRich = R"({
   "views": {"render": {"camera": "Cam", "projection": 1}}
 })";
 
-constexpr double kPi = 3.14159265358979323846;
-
 /// The first fenced JSON block of the scene format's documentation: its complete example.
 std::string DocumentedExample()
 {
@@ -80,12 +78,12 @@ TEST_F(SceneFile, LoadsEveryKindOfThingAndSavingAndLoadingAgainKeepsIt)
   BaseObject* cam = d->SearchObject(String("Cam"));
   ASSERT_NE(cam, nullptr);
   EXPECT_EQ(cam->GetUp(), d->SearchObject(String("Rig")));
-  const Matrix expected = MatrixMove(Vector(10, 20, 30)) * HPBToMatrix(Vector(30, -20, 10) * (kPi / 180.0)) *
+  const Matrix expected = MatrixMove(Vector(10, 20, 30)) * HPBToMatrix(Vector(30, -20, 10) * (PI / 180.0)) *
                           MatrixScale(Vector(2, 2, 2)) * HPBToMatrix(Vector(0.1, 0.2, 0.3));
   EXPECT_TRUE(SameMatrix(cam->GetMg(), expected)) << "parent times child, heading-pitch-bank in degrees and radians";
   BaseTag* tag = cam->GetFirstTag();
   ASSERT_NE(tag, nullptr);
-  EXPECT_NEAR(tag->GetDataInstance()->GetFloat(ORLIXTAG_DOME_FOV), 220.0 * kPi / 180.0, 1e-12)
+  EXPECT_NEAR(tag->GetDataInstance()->GetFloat(ORLIXTAG_DOME_FOV), 220.0 * PI / 180.0, 1e-12)
     << "a parameter by its id, in degrees";
   const BaseList2D* map = tag->GetDataInstance()->GetLink(ORLIXTAG_SEPARATION_MAP, d.get());
   ASSERT_NE(map, nullptr) << "the separation map's shader lives in the tag";
@@ -119,8 +117,8 @@ TEST_F(SceneFile, LoadsEveryKindOfThingAndSavingAndLoadingAgainKeepsIt)
 TEST_F(SceneFile, RotationsSurviveTheRoundTripAtEveryPose)
 {
   // Every quadrant of each angle, and pitch straight up where heading and bank share an axis.
-  for (double h : {0.0, 1.0, -2.5, 3.1, kPi})
-    for (double p : {0.0, 0.7, -1.2, kPi / 2})
+  for (double h : {0.0, 1.0, -2.5, 3.1, PI})
+    for (double p : {0.0, 0.7, -1.2, PI / 2})
       for (double b : {0.0, 0.4, -3.0})
       {
         DocPtr pose(BaseDocument::Alloc());
