@@ -34,9 +34,13 @@ struct EntryTest : ::testing::Test
 };
 } // namespace
 
-TEST_F(EntryTest, FirstStageStoresThePathAndCountsRepeats)
+TEST_F(EntryTest, StartStoresThePathRegistersAndCountsRepeats)
 {
   EXPECT_EQ(c4d_main(C4DPL_INIT_VERSION, nullptr, nullptr, nullptr), 5) << "the version query needs no start";
+  // An old host's refusal is the module loader's.
+  EXPECT_EQ(c4d_main(C4DPL_INIT_SYS, &table, nullptr, nullptr), -3) << "no path";
+  c4d_main(C4DPL_END, nullptr, nullptr, nullptr);
+  EXPECT_EQ(PluginInitCount(), 0) << "a refused start is ended like any other";
   EXPECT_EQ(c4d_main(99, nullptr, nullptr, nullptr), -1);
   EXPECT_EQ(Message(42, nullptr), -1) << "an unknown message is not handled";
 
@@ -44,6 +48,13 @@ TEST_F(EntryTest, FirstStageStoresThePathAndCountsRepeats)
   ASSERT_NE(PluginFilePath(), nullptr);
   EXPECT_EQ(*PluginFilePath(), path);
   ASSERT_EQ(Message(C4DPL_STARTACTIVITY_RES, nullptr), 1);
+  // The registration order and the start line are the failed chain's and the loaded module's.
+  ASSERT_EQ(c4d_main(C4DPL_INIT, nullptr, nullptr, nullptr), 1);
+  const host::PluginEntry* tag = host::App().plugins.Find(1035138);
+  ASSERT_NE(tag, nullptr);
+  ASSERT_NE(tag->icon, nullptr) << "the tag registers with its icon";
+  EXPECT_EQ(tag->icon->GetBw(), 64);
+  EXPECT_EQ(host::App().plugins.Find(1033675)->name, GeLoadString(10000));
 
   Filename other("/elsewhere/OrlixCam.so");
   EXPECT_EQ(c4d_main(C4DPL_INIT_SYS, nullptr, nullptr, &other), 1) << "a second start only counts";
@@ -58,36 +69,6 @@ TEST_F(EntryTest, FirstStageStoresThePathAndCountsRepeats)
   EXPECT_EQ(c4d_main(C4DPL_END, nullptr, nullptr, nullptr), 1);
   EXPECT_EQ(PluginFilePath(), nullptr);
   EXPECT_TRUE(GeLoadString(10000).IsEmpty()) << "the last end frees the resources";
-}
-
-TEST_F(EntryTest, OldHostOrMissingPathIsRefused)
-{
-  C4DHostTable old;
-  old.apiVersion = 20999;
-  EXPECT_EQ(c4d_main(C4DPL_INIT_SYS, &old, nullptr, &path), -3);
-  EXPECT_EQ(PluginFilePath(), nullptr);
-  c4d_main(C4DPL_END, nullptr, nullptr, nullptr);
-
-  EXPECT_EQ(c4d_main(C4DPL_INIT_SYS, &table, nullptr, nullptr), -3);
-  c4d_main(C4DPL_END, nullptr, nullptr, nullptr);
-  EXPECT_EQ(PluginInitCount(), 0);
-}
-
-TEST_F(EntryTest, StartRegistersInOrderAndWritesTheStartLine)
-{
-  ASSERT_EQ(c4d_main(C4DPL_INIT_SYS, &table, nullptr, &path), 1);
-  ASSERT_EQ(Message(C4DPL_STARTACTIVITY_RES, nullptr), 1);
-  EXPECT_EQ(c4d_main(C4DPL_INIT, nullptr, nullptr, nullptr), 1);
-
-  const auto& plugins = host::App().plugins.All();
-  ASSERT_GE(plugins.size(), 2u);
-  EXPECT_EQ(plugins[0].id, 1033675);
-  EXPECT_EQ(plugins[0].name, GeLoadString(10000));
-  EXPECT_EQ(plugins[1].id, 1035138);
-  ASSERT_NE(plugins[1].icon, nullptr) << "the tag registers with its icon";
-  EXPECT_EQ(plugins[1].icon->GetBw(), 64);
-  ASSERT_FALSE(host::App().console.Lines().empty());
-  EXPECT_EQ(host::App().console.Lines().front(), String("--- OrlixCam: Version 2.2.1 (008) is ready!"));
 }
 
 TEST_F(EntryTest, FirstFailedRegistrationStopsTheChain)
@@ -105,50 +86,40 @@ TEST_F(EntryTest, FirstFailedRegistrationStopsTheChain)
   EXPECT_TRUE(host::App().console.Contains(String("--- OrlixCam: Version 2.2.1 (008) failed to load!")));
 }
 
-TEST(PluginLog, ConsoleLinesArePrefixedAndCutAt1023)
+TEST(PluginLog, ConsoleLinesAreCutAt1023)
 {
+  // The prefix and the formatting show in every message the other tests read.
   host::ResetApp();
-  LogConsole("frame %d of %s", 7, "dome");
-  const std::string long_text(3000, 'x');
-  LogConsole("%s", long_text.c_str());
+  LogConsole("%s", std::string(3000, 'x').c_str());
   const auto& lines = host::App().console.Lines();
-  ASSERT_EQ(lines.size(), 2u);
-  EXPECT_EQ(lines[0], String("--- OrlixCam: frame 7 of dome"));
-  EXPECT_EQ(lines[1].GetLength(), 1023);
-  EXPECT_EQ(lines[1].SubStr(0, 16), String("--- OrlixCam: xx"));
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(lines[0].GetLength(), 1023);
+  EXPECT_EQ(lines[0].SubStr(0, 16), String("--- OrlixCam: xx"));
   host::ResetApp();
 }
 
-TEST(PluginText, FrameNumbersAndTimecodes)
+TEST(PluginText, FrameNumbersTimecodesDatesLinesAndPixelPositions)
 {
   EXPECT_EQ(FormatFrameNumber(12), "000012");
   EXPECT_EQ(FormatFrameNumber(1234567), "1234567") << "wider numbers are not cut";
   EXPECT_EQ(FormatTimecode(BaseTime(131, 2), 25.0), "001:05.12");
   EXPECT_EQ(FormatTimecode(BaseTime(3661, 1), 25.0), "061:01.00") << "minutes don't wrap at an hour";
   EXPECT_EQ(FormatTimecode(BaseTime(241, 24), 24.0), "000:10.01");
-}
 
-TEST(PluginText, PixelPositionsFromAnyDoubleStayWithinInt32)
-{
+  const std::string now = FormatDateTime();
+  EXPECT_TRUE(std::regex_match(now, std::regex(R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d)"))) << now;
+  const int month = std::stoi(now.substr(3, 2));
+  EXPECT_TRUE(month >= 1 && month <= 12) << "months count from 1: " << now;
+
+  const std::vector<String> three = {String("TITLE"), String(), String("Licence")};
+  EXPECT_EQ(SplitLines(String("TITLE\n\nLicence")), three);
+  EXPECT_EQ(SplitLines(String()), std::vector<String>{String()}) << "an empty text is one empty line";
+  EXPECT_EQ(SplitLines(String("end\n")), (std::vector<String>{String("end"), String()})) << "a trailing line feed";
+
+  // Pixel positions from any double stay within Int32.
   constexpr Int32 kMax = std::numeric_limits<Int32>::max(), kMin = std::numeric_limits<Int32>::min();
   const struct { double in; Int32 out; } rows[] = {
     {-2.7, -2}, {std::nan(""), 0}, {HUGE_VAL, kMax}, {-HUGE_VAL, kMin}, {3.0e9, kMax}, {-3.0e9, kMin}};
   for (const auto& r : rows)
     EXPECT_EQ(TruncateToInt32(r.in), r.out) << "from " << r.in;
-}
-
-TEST(PluginText, DateTimeHasTheSlateShape)
-{
-  const std::string now = FormatDateTime();
-  EXPECT_TRUE(std::regex_match(now, std::regex(R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d)"))) << now;
-  const int month = std::stoi(now.substr(3, 2));
-  EXPECT_TRUE(month >= 1 && month <= 12) << "months count from 1: " << now;
-}
-
-TEST(PluginText, SplitLinesKeepsEmptyLines)
-{
-  const std::vector<String> three = {String("TITLE"), String(), String("Licence")};
-  EXPECT_EQ(SplitLines(String("TITLE\n\nLicence")), three);
-  EXPECT_EQ(SplitLines(String()), std::vector<String>{String()}) << "an empty text is one empty line";
-  EXPECT_EQ(SplitLines(String("end\n")), (std::vector<String>{String("end"), String()})) << "a trailing line feed";
 }

@@ -1,58 +1,39 @@
 // The dome's overlays: the blit every layer goes through, the logo's corner, the slate's lines.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 #include <vector>
 
 #include "OrlixCamVP.h"
 #include "plugin_fixture.h"
+#include "render/render_buffers.h"
+#include "render/render_loop.h"
 #include "support/lens_area.h"
 
 namespace
 {
-/// An RGBA float buffer the blit can write into, of any bit depth and component count it claims.
-class TestBuffer : public VPBuffer
-{
-public:
-  TestBuffer(Int32 w, Int32 h, Int32 bits = 32, Int32 comps = 4)
-    : width(w), height(h), bitdepth(bits), cpp(comps), px(size_t(w) * h * 4, 0.0f) {}
-  Int32 GetInfo(Int32 type) const override
-  {
-    return type == VPGETINFO_XRESOLUTION ? width
-         : type == VPGETINFO_YRESOLUTION ? height
-         : type == VPGETINFO_BITDEPTH    ? bitdepth : cpp;
-  }
-  Bool GetLine(Int32 x, Int32 y, Int32 cnt, void* data, Int32, Bool) const override
-  {
-    std::copy_n(&px[(size_t(y) * width + x) * 4], size_t(cnt) * 4, static_cast<Float32*>(data));
-    return true;
-  }
-  Bool SetLine(Int32 x, Int32 y, Int32 cnt, const void* data, Int32, Bool) override
-  {
-    std::copy_n(static_cast<const Float32*>(data), size_t(cnt) * 4, &px[(size_t(y) * width + x) * 4]);
-    return true;
-  }
-  Float32* At(Int32 x, Int32 y) { return &px[(size_t(y) * width + x) * 4]; }
+using host::render::ImageBuffer;
 
-  Int32 width, height, bitdepth, cpp;
-  std::vector<Float32> px;
+/// An image of `w` x `h` the blit can write into, every pixel `fill`.
+std::unique_ptr<ImageBuffer> Buffer(Int32 w, Int32 h, std::array<Float32, 4> fill = {})
+{
+  auto buf = std::make_unique<ImageBuffer>();
+  EXPECT_TRUE(buf->Init(w, h));
+  for (Int32 i = 0; i < w * h; ++i)
+    std::copy(fill.begin(), fill.end(), buf->Pixel(i % w, i / w));
+  return buf;
+}
+
+/// A buffer that claims three components a pixel, which the blit can't write.
+struct ThreeComponents : VPBuffer
+{
+  Int32 GetInfo(Int32 type) const override { return type == VPGETINFO_CPP ? 3 : (type == VPGETINFO_BITDEPTH ? 32 : 8); }
+  Bool GetLine(Int32, Int32, Int32, void*, Int32, Bool) const override { return false; }
+  Bool SetLine(Int32, Int32, Int32, const void*, Int32, Bool) override { return false; }
 };
 
-class BufferRender : public Render
-{
-public:
-  explicit BufferRender(VPBuffer* b) : buffer(b) {}
-  VPBuffer* GetBuffer(Int32 id, Int32) override { return id == VPBUFFER_RGBA ? buffer : nullptr; }
-  BaseContainer GetRenderData() const override { return BaseContainer(); }
-  void SetRenderData(const BaseContainer&) override {}
-  VPBuffer* buffer;
-};
-
-struct BitmapDeleter
-{
-  void operator()(BaseBitmap* b) const { BaseBitmap::Free(b); }
-};
-using Bitmap = std::unique_ptr<BaseBitmap, BitmapDeleter>;
+using Bitmap = host::BitmapPtr;
 
 /// A picture of one colour; with `alpha` >= 0 an alpha channel of that value (0 to 255).
 Bitmap Solid(Int32 w, Int32 h, Int32 r, Int32 g, Int32 b, Int32 alpha = -1)
@@ -74,10 +55,11 @@ struct Overlays : PluginTest
 {
   /// A mono dome of diameter `d` filling the height of `buf`'s frame, with the logo's corner as
   /// the render's start works it out; the image's closing drawing into `buf`.
-  VideoPostStruct Dome(TestBuffer& buf, Int32 d)
+  VideoPostStruct Dome(ImageBuffer& buf, Int32 d)
   {
-    const Int32 w = buf.width, h = buf.height;
-    render = std::make_unique<BufferRender>(&buf);
+    const Int32 w = buf.Width(), h = buf.Height();
+    render = std::make_unique<host::render::RunningRender>(BaseContainer());
+    render->SetImage(&buf);
     VideoPostStruct vps;
     vps.render = render.get();
     vp->activeArea = Area(0, 0, w - 1, h - 1);
@@ -86,7 +68,7 @@ struct Overlays : PluginTest
     vp->logoCorner = Area(w - 1 - vp->logoInset, h - 1 - vp->logoInset, w - 1, h - 1);
     return vps;
   }
-  std::unique_ptr<BufferRender> render;
+  std::unique_ptr<host::render::RunningRender> render;
 
   std::unique_ptr<OrlixCamVP> vp{static_cast<OrlixCamVP*>(OrlixCamVP::Alloc())};
 };
@@ -94,79 +76,60 @@ struct Overlays : PluginTest
 
 TEST_F(Overlays, BlitBlendsByCoverageAndKeepsTheLargerAlpha)
 {
-  TestBuffer buf(4, 4);
-  for (size_t i = 0; i < buf.px.size(); i += 4)
-    buf.px[i] = 0.2f, buf.px[i + 1] = 0.4f, buf.px[i + 2] = 0.6f, buf.px[i + 3] = 0.5f;
+  auto buf = Buffer(4, 4, {0.2f, 0.4f, 0.6f, 0.5f});
   // Without an alpha channel the first component is the coverage: red 255 covers fully.
   Bitmap full = Solid(2, 2, 255, 0, 0);
-  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, full.get(), &buf, Area(0, 0, 1, 1), false));
-  EXPECT_FLOAT_EQ(buf.At(1, 1)[0], 1.0f);
-  EXPECT_FLOAT_EQ(buf.At(1, 1)[1], 0.0f);
-  EXPECT_FLOAT_EQ(buf.At(1, 1)[3], 1.0f) << "alpha: the larger of the cover and what was there";
-  EXPECT_FLOAT_EQ(buf.At(2, 2)[0], 0.2f) << "outside the area nothing changes";
+  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, full.get(), buf.get(), Area(0, 0, 1, 1), false));
+  EXPECT_FLOAT_EQ(buf->Pixel(1, 1)[0], 1.0f);
+  EXPECT_FLOAT_EQ(buf->Pixel(1, 1)[1], 0.0f);
+  EXPECT_FLOAT_EQ(buf->Pixel(1, 1)[3], 1.0f) << "alpha: the larger of the cover and what was there";
+  EXPECT_FLOAT_EQ(buf->Pixel(2, 2)[0], 0.2f) << "outside the area nothing changes";
 
   // With an alpha channel the channel decides and the first component is colour only.
   Bitmap clear = Solid(2, 2, 255, 255, 255, 0);
-  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, clear.get(), &buf, Area(2, 2, 3, 3), false));
-  EXPECT_FLOAT_EQ(buf.At(3, 3)[0], 0.2f) << "a fully transparent pixel leaves the colour alone";
-  EXPECT_FLOAT_EQ(buf.At(3, 3)[3], 0.5f) << "and the alpha";
+  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, clear.get(), buf.get(), Area(2, 2, 3, 3), false));
+  EXPECT_FLOAT_EQ(buf->Pixel(3, 3)[0], 0.2f) << "a fully transparent pixel leaves the colour alone";
+  EXPECT_FLOAT_EQ(buf->Pixel(3, 3)[3], 0.5f) << "and the alpha";
   Bitmap half = Solid(2, 2, 0, 255, 0, 128);
-  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, half.get(), &buf, Area(2, 0, 3, 1), false));
+  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, half.get(), buf.get(), Area(2, 0, 3, 1), false));
   const Float32 a = 128.0f / 255.0f;
-  EXPECT_NEAR(buf.At(2, 0)[0], (1 - a) * 0.2f, 1e-6);
-  EXPECT_NEAR(buf.At(2, 0)[1], a + (1 - a) * 0.4f, 1e-6);
-  EXPECT_FLOAT_EQ(buf.At(2, 0)[3], a) << "the larger alpha: the cover's " << a << " over 0.5";
+  EXPECT_NEAR(buf->Pixel(2, 0)[0], (1 - a) * 0.2f, 1e-6);
+  EXPECT_NEAR(buf->Pixel(2, 0)[1], a + (1 - a) * 0.4f, 1e-6);
+  EXPECT_FLOAT_EQ(buf->Pixel(2, 0)[3], a) << "the larger alpha: the cover's " << a << " over 0.5";
 }
 
 TEST_F(Overlays, BlitChecksAreaBufferAndBitmap)
 {
-  TestBuffer buf(8, 4);
+  auto buf = Buffer(8, 4);
   Bitmap logo = Solid(3, 2, 255, 255, 255);
-  EXPECT_TRUE(DrawBitmapToVPBuffer(*vp, logo.get(), &buf, Area(5, 2, 7, 3), false)) << "ending on the last column";
-  EXPECT_FALSE(DrawBitmapToVPBuffer(*vp, logo.get(), &buf, Area(6, 2, 8, 3), false)) << "one beyond";
-  EXPECT_FALSE(DrawBitmapToVPBuffer(*vp, logo.get(), &buf, Area(-1, 0, 1, 1), false));
+  EXPECT_TRUE(DrawBitmapToVPBuffer(*vp, logo.get(), buf.get(), Area(5, 2, 7, 3), false)) << "ending on the last column";
+  EXPECT_FALSE(DrawBitmapToVPBuffer(*vp, logo.get(), buf.get(), Area(6, 2, 8, 3), false)) << "one beyond";
+  EXPECT_FALSE(DrawBitmapToVPBuffer(*vp, logo.get(), buf.get(), Area(-1, 0, 1, 1), false));
   EXPECT_FALSE(DrawBitmapToVPBuffer(*vp, logo.get(), nullptr, Area(0, 0, 1, 1), false));
   Bitmap empty(BaseBitmap::Alloc());
-  EXPECT_FALSE(DrawBitmapToVPBuffer(*vp, empty.get(), &buf, Area(0, 0, 1, 1), false));
+  EXPECT_FALSE(DrawBitmapToVPBuffer(*vp, empty.get(), buf.get(), Area(0, 0, 1, 1), false));
+  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, logo.get(), buf.get(), Area(0, 0, 5, 3), false));
+  EXPECT_EQ(logo->GetBw(), 3) << "scaled to the area, but without keepScaled the source stays";
 
-  TestBuffer rgb(8, 4, 32, 3);
+  ThreeComponents rgb;
   EXPECT_FALSE(DrawBitmapToVPBuffer(*vp, logo.get(), &rgb, Area(0, 0, 1, 1), false));
   EXPECT_TRUE(host::App().console.Contains(String("OrlixCamVP::DrawBitmapToVPBuffer() Invalid buffer Bt 32 cpp 3")));
-}
-
-TEST_F(Overlays, ScalingHappensOnceAndOnlyWhenTheSizeDiffers)
-{
-  TestBuffer buf(16, 16);
-  Bitmap exact = Solid(4, 4, 255, 0, 0);
-  exact->SetPixel(1, 1, 0, 255, 0);
-  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, exact.get(), &buf, Area(0, 0, 3, 3), true));
-  UInt16 r, g, b;
-  exact->GetPixel(1, 1, &r, &g, &b);
-  EXPECT_EQ(g, 255) << "a source of the area's size is drawn as it is";
-
-  Bitmap small = Solid(2, 2, 255, 255, 255, 255);
-  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, small.get(), &buf, Area(4, 4, 11, 9), false));
-  EXPECT_EQ(small->GetBw(), 2) << "without keepScaled the source stays";
-  ASSERT_TRUE(DrawBitmapToVPBuffer(*vp, small.get(), &buf, Area(4, 4, 11, 9), true));
-  EXPECT_EQ(small->GetBw(), 8);
-  EXPECT_EQ(small->GetBh(), 6);
-  EXPECT_NE(small->GetInternalChannel(), nullptr) << "the scaled picture keeps its alpha channel";
-  EXPECT_FLOAT_EQ(buf.At(11, 9)[0], 1.0f);
 }
 
 TEST_F(Overlays, LogoCornerOfAWideDomeGrowsToTheLeft)
 {
   // A mono dome at 2:1, 2000 × 1000: the corner is 147 wide, the logo's area twice that plus one.
-  TestBuffer buf(2000, 1000);
-  VideoPostStruct vps = Dome(buf, 1000);
+  auto buf = Buffer(2000, 1000);
+  VideoPostStruct vps = Dome(*buf, 1000);
   ASSERT_EQ(vp->logoCorner.width, 147);
   vp->settings.logoMode = LogoMode::File;
-  ASSERT_TRUE(Solid(10, 10, 255, 255, 255)->CopyTo(vp->logoBitmap));
+  ASSERT_TRUE(Solid(10, 10, 255, 255, 255, 255)->CopyTo(vp->logoBitmap));
   EXPECT_EQ(DrawOverlays(*vp, &vps), RENDERRESULT_OK);
   EXPECT_EQ(vp->logoBitmap->GetBw(), 295) << "start.x lies 147 × 2 left of end.x";
   EXPECT_EQ(vp->logoBitmap->GetBh(), 148);
-  EXPECT_FLOAT_EQ(buf.At(1999 - 294, 999)[0], 1.0f);
-  EXPECT_FLOAT_EQ(buf.At(1999 - 295, 999)[0], 0.0f);
+  EXPECT_NE(vp->logoBitmap->GetInternalChannel(), nullptr) << "the scaled logo keeps its alpha channel";
+  EXPECT_FLOAT_EQ(buf->Pixel(1999 - 294, 999)[0], 1.0f);
+  EXPECT_FLOAT_EQ(buf->Pixel(1999 - 295, 999)[0], 0.0f);
 
   vps.render = nullptr;
   EXPECT_EQ(DrawOverlays(*vp, &vps), RENDERRESULT_OUTOFMEMORY) << "no RGBA buffer";
@@ -174,27 +137,12 @@ TEST_F(Overlays, LogoCornerOfAWideDomeGrowsToTheLeft)
   EXPECT_EQ(DrawOverlays(*vp, &vps), RENDERRESULT_OK) << "nothing to draw needs no buffer";
 }
 
-TEST_F(Overlays, TechnicalBlockLines)
-{
-  vp->activeArea = Area(0, 0, 1999, 999);
-  vp->settings.fps = 24.0;
-  vp->docMinTime = BaseTime(0.0, 1.0);
-  vp->docMaxTime = BaseTime(10.0, 1.0);
-  const std::vector<String> lines = SlateTechnicalLines(*vp);
-  ASSERT_EQ(lines.size(), 6u);
-  const std::vector<String> first = {String("<Document>"), String("Resolution: 2000 x 1000"),
-                                     String("Total Time: 000:10.00"), String("Total Frames: 000241")};
-  EXPECT_EQ(std::vector<String>(lines.begin(), lines.begin() + 4), first) << "a document without a name first";
-  vp->documentName = Filename("/scenes/show/Opening.json");
-  EXPECT_EQ(SlateTechnicalLines(*vp)[0], String("Opening.json")) << "the file part of the name";
-}
-
-TEST_F(Overlays, SlateTextIsWhiteCoverageFromTheMarginOn)
+TEST_F(Overlays, SlateTextIsWhiteCoverageFromTheMarginOnAndTheTechnicalLinesReadRight)
 {
   // A dome of 2000: the margin is 9, not 10.
   const Int32 D = 2000;
-  TestBuffer buf(D, D);
-  VideoPostStruct vps = Dome(buf, D);
+  auto buf = Buffer(D, D);
+  VideoPostStruct vps = Dome(*buf, D);
   vp->settings = LensFor(LensKind::Dome, [](LensSettings& s) {
     s.showSlateText = s.showInfo = s.showTimecode = s.showFrameNumber = true;
     s.slateText = String("Title\nSecond line");
@@ -208,9 +156,9 @@ TEST_F(Overlays, SlateTextIsWhiteCoverageFromTheMarginOn)
     Int32 n = 0;
     for (Int32 y = y0; y < y1; ++y)
       for (Int32 x = x0; x < x1; ++x)
-        if (buf.At(x, y)[3] > 0.5f)
+        if (buf->Pixel(x, y)[3] > 0.5f)
         {
-          EXPECT_GT(buf.At(x, y)[0], 0.5f) << "text is white where it covers";
+          EXPECT_GT(buf->Pixel(x, y)[0], 0.5f) << "text is white where it covers";
           ++n;
         }
     return n;
@@ -219,4 +167,13 @@ TEST_F(Overlays, SlateTextIsWhiteCoverageFromTheMarginOn)
   EXPECT_EQ(covered(0, 0, 9, D), 0) << "the left margin of 9 stays free";
   EXPECT_EQ(covered(0, 0, D, 9), 0) << "and the top margin";
   EXPECT_GT(covered(9, 9, 13, 40), 0) << "the title starts right at the margin";
+
+  // The technical block's lines: a document without a name first, then the file part of a name.
+  const std::vector<String> lines = SlateTechnicalLines(*vp);
+  ASSERT_EQ(lines.size(), 6u);
+  const std::vector<String> first = {String("<Document>"), String("Resolution: 2000 x 2000"),
+                                     String("Total Time: 000:04.00"), String("Total Frames: 000101")};
+  EXPECT_EQ(std::vector<String>(lines.begin(), lines.begin() + 4), first);
+  vp->documentName = Filename("/scenes/show/Opening.json");
+  EXPECT_EQ(SlateTechnicalLines(*vp)[0], String("Opening.json"));
 }

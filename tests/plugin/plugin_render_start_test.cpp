@@ -1,4 +1,5 @@
-// The render-start check, the camera counts and the channel plan, driven stage by stage.
+// The render-start check, the camera counts and the channel plan, driven stage by stage; and the
+// channel records' hand-written copy.
 #include <memory>
 
 #include "OrlixCamVP.h"
@@ -61,7 +62,7 @@ struct RenderStart : PluginTest
 };
 } // namespace
 
-TEST_F(RenderStart, MissingCameraOrTagTurnsTheLensOff)
+TEST_F(RenderStart, MissingCameraOrTagOrATagSwitchedOffTurnsTheLensOff)
 {
   tag->Remove();
   BaseTag::Free(tag);
@@ -69,21 +70,19 @@ TEST_F(RenderStart, MissingCameraOrTagTurnsTheLensOff)
   EXPECT_FALSE(vp->isActive);
   EXPECT_EQ(vp->GetRenderInfo(vpNode), VIDEOPOSTINFO_NONE);
   EXPECT_TRUE(host::App().console.Contains(String("--- OrlixCam: No Orlix camera found! Create a camera on the Plugins Menu.")));
+  EXPECT_EQ(vp->StereoGetCameraCountEditor(vpNode, doc, nullptr), 0) << "the editor sees no eyes either";
 
   // A view linked to a camera without tag: the search for a tagged camera doesn't run.
-  AddTaggedCamera("Tagged");
+  BaseObject* tagged = AddTaggedCamera("Tagged");
   doc->GetRenderBaseDraw()->SetSceneCamera(cam);
   host::App().console.Clear();
   Start(64, 64);
   EXPECT_FALSE(vp->isActive);
   EXPECT_TRUE(host::App().console.Contains(String("--- OrlixCam: No Orlix tag found! Add a Orlix tag to the active camera.")));
-}
 
-TEST_F(RenderStart, SwitchedOffTagIsSilent)
-{
-  // Linked from the view, so the camera is found though its tag is off.
-  doc->GetRenderBaseDraw()->SetSceneCamera(cam);
-  Tag().SetBool(ORLIXTAG_ENABLED, false);
+  // Linked from the view, a camera is found though its tag is off; the lens stays off, silently.
+  doc->GetRenderBaseDraw()->SetSceneCamera(tagged);
+  tagged->GetTag(OrlixTag::ID)->GetDataInstance()->SetBool(ORLIXTAG_ENABLED, false);
   host::App().console.Clear();
   Start(64, 64);
   EXPECT_FALSE(vp->isActive);
@@ -94,8 +93,8 @@ TEST_F(RenderStart, CountsForEveryCase)
 {
   RenderData* rd = doc->GetActiveRenderData();
   struct Case { Int32 lens, layout, stereoMode; Bool stereo; Int32 images; } cases[] = {
-    {1, 0, 0, false, 1}, {1, 0, 0, true, 2}, {1, 0, 3, true, 1}, {3, 6, 0, false, 1}, {3, 0, 0, false, 6},
-    {3, 0, 1, true, 12}, {3, 2, 3, true, 6}, {0, 0, 2, true, 2},
+    // One row for each setting read; how they combine is the channel plan's test's.
+    {1, 0, 0, true, 2}, {1, 0, 3, true, 1}, {3, 6, 0, false, 1}, {3, 0, 0, false, 6},
   };
   for (const Case& c : cases)
   {
@@ -123,37 +122,29 @@ TEST_F(RenderStart, EyeCamerasSitOnTheCamerasXAxis)
   ASSERT_TRUE(vp->StereoGetCameraInfo(vpNode, doc, nullptr, nullptr, 2, other));
   EXPECT_EQ(other.strName, String("2"));
   EXPECT_EQ(other.m, right.m);
-  other.strName = String("untouched");
   EXPECT_FALSE(vp->StereoGetCameraInfo(vpNode, doc, nullptr, nullptr, 3, other));
   EXPECT_FALSE(vp->StereoGetCameraInfo(vpNode, doc, nullptr, nullptr, -1, other));
-  EXPECT_EQ(other.strName, String("untouched"));
 }
 
-TEST_F(RenderStart, StereoSwitchesAlphaOffInTheRunningRenderOnly)
-{
-  Settings().SetBool(RDATA_STEREO, true);
-  Settings().SetBool(RDATA_ALPHACHANNEL, true);
-  auto render = Start(64, 64);
-  EXPECT_TRUE(vp->settings.isStereo);
-  EXPECT_FALSE(render->settings.GetBool(RDATA_ALPHACHANNEL));
-  EXPECT_TRUE(Settings().GetBool(RDATA_ALPHACHANNEL)) << "the document's settings stay as they were";
-  EXPECT_TRUE(host::App().console.Contains(String("Alpha channel disabled for Stereoscopic render")));
-}
-
-TEST_F(RenderStart, SwappedEyesTakeTheirFlipsAlong)
+TEST_F(RenderStart, StereoSwitchesAlphaOffInTheRunningRenderOnlyAndSwappedEyesTakeTheirFlipsAlong)
 {
   // The odd width's lost column is the whole-render side-by-side test's.
   VP().SetInt32(ORLIXVP_STEREO_MODE, 1);
   VP().SetBool(ORLIXVP_FLIP_X_RIGHT, true);
   VP().SetBool(ORLIXVP_SWAP_EYES, true);
   Settings().SetBool(RDATA_STEREO, true);
-  Start(1000, 500);
+  Settings().SetBool(RDATA_ALPHACHANNEL, true);
+  auto render = Start(1000, 500);
+  EXPECT_TRUE(vp->settings.isStereo);
+  EXPECT_FALSE(render->settings.GetBool(RDATA_ALPHACHANNEL));
+  EXPECT_TRUE(Settings().GetBool(RDATA_ALPHACHANNEL)) << "the document's settings stay as they were";
+  EXPECT_TRUE(host::App().console.Contains(String("Alpha channel disabled for Stereoscopic render")));
   EXPECT_EQ(vp->plan.eyes[0].channelIndex, 1) << "swapped: the first image is the right eye";
   EXPECT_TRUE(vp->plan.eyes[0].flipX) << "flips follow the eye, not the place";
   EXPECT_FALSE(vp->plan.eyes[1].flipX);
 }
 
-TEST_F(RenderStart, SnapshotTakesTheLensSettings)
+TEST_F(RenderStart, SnapshotTakesTheLensSettingsAndTheDomeItsLogoCorner)
 {
   Tag().SetInt32(ORLIXTAG_LENS, 0);
   Tag().SetBool(ORLIXTAG_PANO_CUSTOM, true);
@@ -167,17 +158,9 @@ TEST_F(RenderStart, SnapshotTakesTheLensSettings)
   EXPECT_DOUBLE_EQ(vp->settings.verticalStart, 0.25);
   EXPECT_DOUBLE_EQ(vp->settings.verticalEnd, 1.0);
   EXPECT_FALSE(vp->settings.slateOn) << "the slate belongs to domes only";
-  Open();
-  Open();
-  EXPECT_EQ(vp->subRenderIndex, 0) << "a mono render stays at image 0";
-  EXPECT_EQ(vp->activeArea.start, Vector());
-  EXPECT_EQ(vp->activeArea.end, Vector(199, 99, 0));
-}
 
-TEST_F(RenderStart, DomeLogoCorner)
-{
-  // Pictures that don't load are the whole-render tests'.
-  VP().SetBool(ORLIXVP_SLATE, true);
+  // A dome's logo corner; pictures that don't load are the whole-render tests'.
+  Tag().SetInt32(ORLIXTAG_LENS, 1);
   Start(1000, 1000);
   Open();
   EXPECT_EQ(vp->activeArea.radius, 500.0);
@@ -195,4 +178,25 @@ TEST_F(RenderStart, CubemapPreviewIsOneSquareFace)
   Start(1000, 1000);
   EXPECT_EQ(vp->plan.frameArea.height, 1000) << "a cubemap preview is square";
   EXPECT_EQ(vp->gridSize, Vector(1, 1, 0)) << "a preview shows one face";
+}
+
+TEST(LensChannelRecord, CopySharesTheNameAndReleasesTheOld)
+{
+  LensChannel a, b;
+  a.strName = String("left eye");
+  a.rotation = 270;
+  b.strName = String("old name");
+  const String oldName = b.strName;
+  ASSERT_EQ(oldName.GetReferenceCount(), 2);
+
+  b = a;
+  EXPECT_TRUE(b.strName.SharesBufferWith(a.strName)) << "the copy holds the same string";
+  EXPECT_EQ(a.strName.GetReferenceCount(), 2);
+  EXPECT_EQ(oldName.GetReferenceCount(), 1) << "the target's old string is released";
+  EXPECT_EQ(b.rotation, 270) << "the lens fields come along";
+
+  LensChannel& self = a;
+  a = self;
+  EXPECT_EQ(a.strName, String("left eye")) << "a record copied onto itself is left alone";
+  EXPECT_EQ(a.strName.GetReferenceCount(), 2);
 }

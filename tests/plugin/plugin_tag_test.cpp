@@ -1,10 +1,11 @@
 // The lens tag: its priority, the video post it brings, and the pictures it loads from res/.
-#include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "OrlixCamVP.h"
 #include "OrlixTag.h"
 #include "plugin_fixture.h"
+#include "support/scratch_dir.h"
 
 namespace
 {
@@ -16,53 +17,30 @@ Int32 CountVideoPosts(RenderData* rd, Int32 type)
   return n;
 }
 
-BaseVideoPost* LastVideoPost(RenderData* rd)
-{
-  BaseVideoPost* last = rd->GetFirstVideoPost();
-  while (last && last->GetNext())
-    last = last->GetNext();
-  return last;
-}
-
 using TagTest = PluginTest;
 } // namespace
 
-TEST_F(TagTest, TagRunsCameraDependentAndLoadsItsPictures)
+TEST_F(TagTest, NewTagRunsCameraDependentAndBringsTheVideoPostLast)
 {
+  // A disabled video post found, not doubled, is the scene file test's; that every picture of res/
+  // loads, the unreadable picture's.
+  RenderData* rd = doc->GetActiveRenderData();
+  rd->InsertVideoPost(BaseVideoPost::Alloc(1000001));
   BaseTag* tag = AddTaggedCamera("Cam")->GetTag(OrlixTag::ID);
   GeData priority;
   ASSERT_TRUE(tag->GetParameter(DescID(EXPRESSION_PRIORITY), priority));
   auto* pd = static_cast<PriorityData*>(priority.GetCustomDataType(CUSTOMDATATYPE_PRIORITY));
   ASSERT_NE(pd, nullptr);
   EXPECT_TRUE(pd->GetPriorityValue(PRIORITYVALUE_CAMERADEPENDENT).GetBool());
-  EXPECT_GT(static_cast<OrlixTag*>(tag->GetNodeData())->sideBitmaps[5]->GetBw(), 0);
-  EXPECT_FALSE(host::App().console.Contains(String("ERROR"))) << "every picture of res/ loads";
-}
-
-TEST_F(TagTest, NewTagBringsTheVideoPostLast)
-{
-  RenderData* rd = doc->GetActiveRenderData();
-  rd->InsertVideoPost(BaseVideoPost::Alloc(1000001));
-  AddTaggedCamera("Cam");
+  auto* tagData = static_cast<OrlixTag*>(tag->GetNodeData());
+  EXPECT_GT(tagData->sideBitmaps[5]->GetBw(), 0);
   ASSERT_EQ(CountVideoPosts(rd, OrlixCamVP::ID), 1);
-  EXPECT_EQ(LastVideoPost(rd)->GetType(), OrlixCamVP::ID) << "inserted behind what was there";
-
-  auto* state = static_cast<OrlixCamVP*>(LastVideoPost(rd)->GetNodeData());
-  EXPECT_GT(state->faceBitmaps[6]->GetBw(), 0) << "the layout pictures load at Init";
-}
-
-TEST_F(TagTest, DisabledVideoPostIsFoundNotDoubled)
-{
-  RenderData* rd = doc->GetActiveRenderData();
-  BaseVideoPost* existing = BaseVideoPost::Alloc(OrlixCamVP::ID);
-  existing->SetBit(BIT_VPDISABLED);
-  rd->InsertVideoPost(existing);
-  BaseObject* cam = AddTaggedCamera("Cam");
-  EXPECT_EQ(CountVideoPosts(rd, OrlixCamVP::ID), 1);
-  auto* tagData = static_cast<OrlixTag*>(cam->GetTag(OrlixTag::ID)->GetNodeData());
-  EXPECT_EQ(tagData->FindOrAddVideoPost(nullptr, true), existing);
+  BaseVideoPost* existing = rd->GetFirstVideoPost()->GetNext();
+  ASSERT_TRUE(existing && existing->GetType() == OrlixCamVP::ID && !existing->GetNext()) << "inserted behind what was there";
+  EXPECT_GT(static_cast<OrlixCamVP*>(existing->GetNodeData())->faceBitmaps[6]->GetBw(), 0) << "the layout pictures load at Init";
 
   // Deleted by the user, it comes back at the next call; without create it stays away.
+  EXPECT_EQ(tagData->FindOrAddVideoPost(nullptr, true), existing);
   existing->Remove();
   BaseVideoPost::Free(existing);
   EXPECT_EQ(tagData->FindOrAddVideoPost(nullptr, false), nullptr);
@@ -93,15 +71,17 @@ TEST_F(TagTest, MissingResFolderCostsEightLinesNotTheTag)
 TEST_F(TagTest, UnreadablePictureIsLoggedAsNotLoaded)
 {
   // A folder that has the files, but one of them is no picture.
-  const std::string dir = ::testing::TempDir() + "orlix_bad_res";
-  const std::string res = dir + "/res";
-  ASSERT_EQ(std::system(("rm -rf '" + dir + "' && mkdir -p '" + res + "' && cp '" ORLIX_SOURCE_DIR "'/res/*.png '" ORLIX_SOURCE_DIR
-                         "'/res/*.tif '" + res + "/' && echo broken > '" + res + "/side_U.png'").c_str()),
-            0);
-  host::SetPluginFolder(Filename(dir.c_str()));
+  const ScratchDir scratch;
+  const std::filesystem::path res = scratch.dir / "res";
+  std::filesystem::create_directory(res);
+  for (const auto& entry : std::filesystem::directory_iterator(ORLIX_SOURCE_DIR "/res"))
+    if (entry.path().extension() == ".png" || entry.path().extension() == ".tif")
+      std::filesystem::copy(entry.path(), res);
+  scratch.Write("res/side_U.png", "broken\n");
+  host::SetPluginFolder(Filename(scratch.dir.c_str()));
   host::App().console.Clear();
   AddTaggedCamera("Cam");
   const auto& lines = host::App().console.Lines();
   ASSERT_EQ(lines.size(), 1u);
-  EXPECT_EQ(lines[0], String(("--- OrlixCam: >>> ERROR loadign bmp [" + res + "/side_U.png]").c_str()));
+  EXPECT_EQ(lines[0], String(("--- OrlixCam: >>> ERROR loadign bmp [" + (res / "side_U.png").string() + "]").c_str()));
 }
