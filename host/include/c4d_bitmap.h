@@ -63,6 +63,11 @@ public:
   void GetPixel(Int32 x, Int32 y, UInt16* r, UInt16* g, UInt16* b) const;
   /// Sets one pixel from 0 to 255 a component; outside the picture nothing.
   void SetPixel(Int32 x, Int32 y, Int32 r, Int32 g, Int32 b);
+  /// The colour of Line, 0 to 255 per component.
+  void SetPen(Int32 r, Int32 g, Int32 b) { pen[0] = r, pen[1] = g, pen[2] = b; }
+  /// A line of single pixels in the pen's colour from (x1, y1) to (x2, y2), both ends drawn;
+  /// what lies outside the bitmap is left out.
+  void Line(Int32 x1, Int32 y1, Int32 x2, Int32 y2);
 
   /// The alpha channel, or null. This host keeps the alpha inside the picture, so the channel's
   /// handle is the picture itself.
@@ -83,6 +88,7 @@ public:
 protected:
   BaseBitmap() = default;
   virtual ~BaseBitmap() = default;
+  Int32 pen[3] = {0, 0, 0};
 
   /// Colour value i (pixel i / 3, channel i % 3) and alpha of pixel p, as 0 to 1.
   Float32 Colour(size_t i) const { return isFloat ? rgb[i] : kByteValue[rgb8[i]]; }

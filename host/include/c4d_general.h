@@ -7,6 +7,7 @@
 
 class BaseBitmap;
 class BaseDocument;
+class BaseDraw;
 
 /// Writes one line to the host's console.
 void GePrint(const String& text);
@@ -32,6 +33,33 @@ BaseBitmap* AutoBitmap(const String& fileName, Float pixelRatio = 1.0);
 
 /// Opens a web page in the user's browser.
 void GeOpenHTML(const String& url);
+
+/// Flags of GeOutString: the buttons and icon of the dialog.
+enum : Int32
+{
+  GEMB_OK = 0,
+  GEMB_YESNO = 4,
+  GEMB_ICONQUESTION = 32,
+};
+/// Answers of GeOutString.
+enum : Int32
+{
+  GEMB_R_OK = 1,
+  GEMB_R_YES = 6,
+  GEMB_R_NO = 7,
+};
+/// Shows `text` in a dialog and gives the button the user pressed.
+Int32 GeOutString(const String& text, Int32 flags);
+
+/// Runs a command of the host's menu, such as 12161, Edit Render Settings.
+Bool CallCommand(Int32 id, Int32 subid = 0);
+
+enum : Int32
+{
+  DRAWFLAGS_NO_THREAD = 32768,
+};
+/// Redraws the views (or one), so that they follow a change at once.
+Bool DrawViews(Int32 flags, BaseDraw* bd = nullptr);
 
 // Registration: the host owns what it gets and copies the icon.
 Bool RegisterVideoPostPlugin(Int32 id, const String& name, Int32 info, DataAllocator* alloc, const String& description,

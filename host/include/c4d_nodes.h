@@ -45,10 +45,19 @@ enum : Int32
 enum : Int32
 {
   MSG_UPDATE = 5,
+  MSG_CHANGE = 7,
   MSG_DESCRIPTION_COMMAND = 18,
   MSG_DESCRIPTION_POSTSETPARAMETER = 19,
   MSG_DESCRIPTION_GETBITMAP = 27,
   MSG_MULTI_RENDERNOTIFICATION = 1001071,
+  MSG_DESCRIPTION_USERINTERACTION_END = 1001078, ///< data starts with an Int32
+  MSG_GETCUSTOMICON = 1001090,
+};
+
+/// SetDirty flags.
+enum : Int32
+{
+  DIRTYFLAGS_DESCRIPTION = 64,
 };
 
 /// Flags of the description operations: bit 2 says the plug-in has answered.
@@ -85,6 +94,28 @@ struct DescriptionPostSetValue
 struct DescriptionCommand
 {
   DescID id;
+};
+
+class BaseBitmap;
+
+/// Data of MSG_DESCRIPTION_GETBITMAP: the bitmap button asking, and the picture to hand over,
+/// which the host owns from then on.
+struct DescriptionGetBitmap
+{
+  DescID id;
+  BaseBitmap* bmp = nullptr;
+};
+
+/// Data of MSG_GETCUSTOMICON: the icon to fill, and whether the node filled it.
+struct IconData
+{
+  BaseBitmap* bmp = nullptr;
+  Int32 x = 0, y = 0, w = 0, h = 0;
+};
+struct GetCustomIconData
+{
+  IconData* dat = nullptr;
+  Bool filled = false;
 };
 
 /// Data of MSG_MULTI_RENDERNOTIFICATION.
@@ -201,6 +232,15 @@ public:
   /// A copy of the node's container.
   BaseContainer GetData() const { return data; }
   void SetData(const BaseContainer& bc) { data = bc; }
+  /// With `merge`, only the values `bc` holds are written over.
+  void SetData(const BaseContainer& bc, Bool merge)
+  {
+    if (!merge)
+      data = bc;
+    else
+      for (Int32 i = 0; i < bc.GetDataCount(); ++i)
+        data.SetData(bc.GetIndexId(i), bc.GetData(bc.GetIndexId(i)));
+  }
 
   /// Reads a parameter through the plug-in data, else from the container.
   Bool GetParameter(const DescID& id, GeData& t_data, Int32 flags = DESCFLAGS_NONE);
@@ -291,6 +331,7 @@ public:
   BaseTag* GetPred() const { return static_cast<BaseTag*>(GeListNode::GetPred()); }
   /// The object that carries the tag, or null.
   BaseObject* GetObject() const;
+  BaseObject* GetMain() const { return GetObject(); }
 
 protected:
   explicit BaseTag(Int32 typeId) : BaseList2D(typeId) {}

@@ -18,6 +18,14 @@ enum : Int32
   // Ocamera: a pinhole looking along its +Z axis.
   CAMERA_FOCUS = 1100,          ///< Float, focal length in mm; 36
   CAMERAOBJECT_APERTURE = 1101, ///< Float, film width in mm; 36 (with the focus of 36: 53.13° across)
+  CAMERAOBJECT_SHOWCONE = 1007, ///< Bool, the view cone drawn in the viewport; true
+  // The camera's stereoscopic settings, which renders don't read: the lens plug-in mirrors them.
+  CAMERAOBJECT_STEREO_MODE = 4200,           ///< Int32: 0 mono, 1 and up stereoscopic kinds; 0
+  CAMERAOBJECT_STEREO_EYESEPARATION = 4201,  ///< Float, scene units; 6.5
+  CAMERAOBJECT_STEREO_CONVERGENCE = 4202,    ///< Int32: 1 the eyes converge, 0 parallel; 1
+  CAMERAOBJECT_STEREO_PLACEMENT = 4203,      ///< Int32; 0
+  CAMERAOBJECT_STEREO_SHOW_ALL = 4204,       ///< Bool; false
+  CAMERAOBJECT_STEREO_ZERO_PARALLAX = 4205,  ///< Float, scene units; 1000
 
   // Osphere, centred on the object's origin.
   PRIM_SPHERE_RAD = 1110, ///< Float; 100

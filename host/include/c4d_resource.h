@@ -57,6 +57,8 @@ class Description
 public:
   /// Takes the description of that name from the host's loaded resources; false if there is none.
   Bool LoadDescription(const String& name);
+  /// The description that the plug-in of node type `type` registered.
+  Bool LoadDescription(Int32 type);
   const String& GetName() const { return name; }
 
   Int32 GetEntryCount() const { return static_cast<Int32>(entries.size()); }

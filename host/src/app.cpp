@@ -90,6 +90,32 @@ void GeOpenHTML(const String& url)
   host::App().ui.openedUrls.push_back(url);
 }
 
+Int32 GeOutString(const String& text, Int32 flags)
+{
+  host::UiRecord& ui = host::App().ui;
+  Int32 answer = GEMB_R_OK;
+  if (flags & GEMB_YESNO)
+  {
+    answer = ui.answers.empty() ? ui.defaultAnswer : ui.answers.front();
+    if (!ui.answers.empty())
+      ui.answers.pop_front();
+  }
+  ui.questions.push_back({text, flags, answer});
+  return answer;
+}
+
+Bool CallCommand(Int32 id, Int32 subid)
+{
+  host::App().ui.commands.emplace_back(id, subid);
+  return true;
+}
+
+Bool DrawViews(Int32 /*flags*/, BaseDraw* /*bd*/)
+{
+  ++host::App().ui.drawViews;
+  return true;
+}
+
 BaseDocument* GetActiveDocument()
 {
   return host::App().activeDocument;

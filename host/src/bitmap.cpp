@@ -378,3 +378,22 @@ void BaseBitmap::ScaleBicubic(BaseBitmap* dest, Int32 sx0, Int32 sy0, Int32 sx1,
     }
   }
 }
+
+void BaseBitmap::Line(Int32 x1, Int32 y1, Int32 x2, Int32 y2)
+{
+  const Int32 dx = std::abs(x2 - x1), dy = -std::abs(y2 - y1);
+  const Int32 sx = x1 < x2 ? 1 : -1, sy = y1 < y2 ? 1 : -1;
+  Int32 err = dx + dy;
+  for (;;)
+  {
+    if (x1 >= 0 && y1 >= 0 && x1 < width && y1 < height)
+      SetPixel(x1, y1, pen[0], pen[1], pen[2]);
+    if (x1 == x2 && y1 == y2)
+      return;
+    const Int32 e2 = 2 * err;
+    if (e2 >= dy)
+      err += dy, x1 += sx;
+    if (e2 <= dx)
+      err += dx, y1 += sy;
+  }
+}

@@ -1,5 +1,6 @@
 // The plug-in-facing side of resources: the plug-in's string table and loaded descriptions.
 #include "c4d_general.h"
+#include "host_app.h"
 #include "resource_parser.h"
 
 Bool GeResource::Init(const Filename& resFolder)
@@ -51,6 +52,12 @@ Bool Description::LoadDescription(const String& descName)
   name = descName;
   entries = res->entries;
   return true;
+}
+
+Bool Description::LoadDescription(Int32 type)
+{
+  const host::PluginEntry* entry = host::App().plugins.Find(type);
+  return entry && entry->description.IsPopulated() && LoadDescription(entry->description);
 }
 
 Int32 Description::GetEntryId(Int32 index) const

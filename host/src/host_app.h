@@ -2,6 +2,7 @@
 // plug-ins asked of the user interface. Internal to the host, its tests and the command line.
 #pragma once
 
+#include <deque>
 #include <memory>
 #include <vector>
 
@@ -56,11 +57,25 @@ private:
   Bool echo = false;
 };
 
-/// What plug-ins asked of the user interface.
+/// A dialog a plug-in showed, and the button that answered it.
+struct Question
+{
+  String text;
+  Int32 flags = 0;
+  Int32 answer = 0;
+};
+
+/// What plug-ins asked of the user interface, and the user's scripted answers.
 struct UiRecord
 {
   Int32 eventAdds = 0;
+  Int32 drawViews = 0;
   std::vector<String> openedUrls;
+  std::vector<std::pair<Int32, Int32>> commands; ///< CallCommand's id and sub id
+  std::vector<Question> questions;
+  /// Answers for the next yes/no dialogs, in order; with none left, `defaultAnswer`.
+  std::deque<Int32> answers;
+  Int32 defaultAnswer = GEMB_R_NO;
 };
 
 struct AppState

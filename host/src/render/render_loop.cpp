@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "panel.h"
 #include "render/render_buffers.h"
 #include "render/render_limits.h"
 #include "render/render_picture.h"
@@ -291,6 +292,8 @@ Bool RenderDocument(BaseDocument* doc, const RenderOptions& options, BitmapPtr* 
     *message = String("no document to render");
     return false;
   }
+  // The host evaluates a document before it renders it.
+  ExecuteExpressions(doc);
   RenderLoop loop(doc, options, message);
   if (loop.Run(firstFrame))
     return true;

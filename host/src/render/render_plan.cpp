@@ -1,5 +1,6 @@
 #include "render/render_plan.h"
 
+#include "panel.h"
 #include "render/render_scene.h"
 #include "render/render_stages.h"
 
@@ -30,7 +31,9 @@ public:
 private:
   Bool InsideSequence(size_t&) override
   {
-    plan->camera = render::FindRenderCamera(doc);
+    // The host evaluates a document before it renders it.
+  ExecuteExpressions(doc);
+  plan->camera = render::FindRenderCamera(doc);
     return true;
   }
 
