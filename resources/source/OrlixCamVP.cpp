@@ -89,16 +89,6 @@ void OrlixCamVP::Free(GeListNode* /*node*/)
 {
 }
 
-Bool OrlixCamVP::Message(GeListNode* node, Int32 type, void* data)
-{
-  if (type == MSG_MULTI_RENDERNOTIFICATION && data)
-  {
-    const auto* rn = static_cast<const RenderNotificationData*>(data);
-    isPreview = rn->start && !rn->external;
-  }
-  return VideoPostData::Message(node, type, data);
-}
-
 void OrlixCamVP::ExecuteLine(BaseVideoPost* /*node*/, PixelPost* /*pp*/)
 {
 }

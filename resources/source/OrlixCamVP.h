@@ -42,6 +42,11 @@ public:
   Bool Init(GeListNode* node) override;
   void Free(GeListNode* node) override;
   Bool Message(GeListNode* node, Int32 type, void* data) override;
+  Bool GetDDescription(GeListNode* node, Description* description, Int32& flags) override;
+  Bool GetDEnabling(GeListNode* node, const DescID& id, const GeData& data, Int32 flags,
+                    const BaseContainer* itemDesc) override;
+  Bool GetDParameter(GeListNode* node, const DescID& id, GeData& data, Int32& flags) override;
+  Bool SetDParameter(GeListNode* node, const DescID& id, const GeData& data, Int32& flags) override;
   Bool AllocateBuffers(BaseVideoPost* node, Render* render, BaseDocument* doc) override;
   VIDEOPOSTINFO GetRenderInfo(BaseVideoPost* node) override;
   RENDERRESULT Execute(BaseVideoPost* node, VideoPostStruct* vps) override;
