@@ -1,0 +1,65 @@
+// The command-line host's shared pieces: the plug-in it loads, the scene it opens, and the
+// user's edits from the command line; and its commands.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "c4d.h"
+#include "host_app.h"
+#include "plugin_loader.h"
+#include "render/render_plan.h"
+#include "render/render_loop.h"
+
+namespace cli
+{
+constexpr int kBadInput = 2;
+constexpr int kFailed = 1;
+
+/// An error that ends the command: its message and exit code.
+struct Stop
+{
+  std::string message;
+  int code = kBadInput;
+};
+
+/// The default plug-in: its folder beside the program, and its module in that folder.
+extern const std::string kDefaultPlugin;
+
+/// Loads the plug-in module of `folderOption`, else the default plug-in beside the program.
+void LoadPlugin(host::PluginModule& module, const std::string& folderOption);
+/// A node type by the name scene files give it: its description's, else its plug-in's, else its id.
+std::string TypeName(Int32 type);
+/// Loads a scene file and makes it the active document.
+BaseDocument* OpenScene(const std::string& file);
+/// The first tag of `type` under `op`, depth first.
+BaseTag* FirstTag(BaseObject* op, Int32 type);
+/// The start of a render of `doc` as `options` would run it, without a pixel traced.
+host::RenderPlan Plan(BaseDocument* doc, const host::RenderOptions& options, String* error);
+/// SYMBOL=VALUE as a user's edit of a render setting, or of the node of the plug-in whose
+/// description has SYMBOL. `camera` is asked for once, and only where a tag's parameter needs it.
+void ApplySet(BaseDocument* doc, const std::string& assignment, const std::function<BaseObject*()>& camera);
+
+struct RenderArgs
+{
+  std::string scene, out, frames, pass;
+  std::optional<Int32> width, height;
+  Int32 samples = 4, threads = 0;
+  bool preview = false;
+  std::vector<std::string> sets;
+};
+
+int RenderCommand(const RenderArgs& args, const std::string& plugins);
+int InfoCommand(const std::string& scene, const std::string& plugins);
+int ParamsCommand(const std::string& plugins);
+
+struct PanelArgs
+{
+  std::string scene, node = "tag", answer = "no", out;
+  std::vector<std::string> sets, presses;
+  bool json = false;
+};
+int PanelCommand(const PanelArgs& args, const std::string& plugins);
+} // namespace cli

@@ -1,0 +1,157 @@
+// orlixcam render: a scene through its lens to pictures on disk.
+#include "cli.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+
+#include "bitmap_io.h"
+#include "c4d_objects.h"
+
+namespace fs = std::filesystem;
+
+namespace cli
+{
+namespace
+{
+/// OUT with its run of '#' replaced by the frame number, zero-padded to the run's length.
+std::string FramePath(const std::string& out, Int32 frame)
+{
+  const std::string::size_type at = out.find('#');
+  if (at == std::string::npos)
+    return out;
+  std::string::size_type end = at;
+  while (end < out.size() && out[end] == '#')
+    ++end;
+  std::string number = std::to_string(std::abs(frame));
+  while (number.size() < end - at)
+    number.insert(number.begin(), '0');
+  if (frame < 0)
+    number.insert(number.begin(), '-');
+  return out.substr(0, at) + number + out.substr(end);
+}
+
+void ParseFrames(const std::string& text, Int32& first, Int32& last)
+{
+  std::string::size_type dash = text.find('-', 1);
+  try
+  {
+    size_t used = 0;
+    first = std::stoi(text.substr(0, dash), &used);
+    if (used != (dash == std::string::npos ? text.size() : dash))
+      throw std::invalid_argument(text);
+    last = first;
+    if (dash != std::string::npos)
+    {
+      const std::string tail = text.substr(dash + 1);
+      last = std::stoi(tail, &used);
+      if (used != tail.size())
+        throw std::invalid_argument(text);
+    }
+  }
+  catch (const std::exception&)
+  {
+    throw Stop{"--frames " + text + ": expected A-B or A, such as 0-99"};
+  }
+  if (last < first)
+    throw Stop{"--frames " + text + ": the range ends before it starts"};
+}
+
+/// What can be checked before anything loads or renders; the frame range, if given, in `first`
+/// and `last`.
+bool CheckRenderArgs(const RenderArgs& args, Int32& first, Int32& last)
+{
+  const bool directionPass = args.pass == "direction";
+  if (!args.pass.empty() && !directionPass)
+    throw Stop{"--pass " + args.pass + ": the only pass is \"direction\""};
+  Bool holdsFloat = false;
+  if (!host::IsPictureName(args.out, &holdsFloat))
+    throw Stop{"-o " + args.out + ": unknown picture format (use .png, .tif or .exr)"};
+  if (directionPass && !holdsFloat)
+    throw Stop{"-o " + args.out + ": the direction pass is written as 32-bit float: use .exr or .tif"};
+  const fs::path outFolder = fs::absolute(fs::path(args.out)).parent_path();
+  if (!fs::is_directory(outFolder))
+    throw Stop{"-o " + args.out + ": folder " + outFolder.string() + " does not exist"};
+  if (access(outFolder.c_str(), W_OK) != 0)
+    throw Stop{"-o " + args.out + ": folder " + outFolder.string() + " cannot be written"};
+  if (args.frames.empty())
+    return false;
+  ParseFrames(args.frames, first, last);
+  if (last > first && args.out.find('#') == std::string::npos)
+    throw Stop{"--frames " + args.frames + ": several frames need #### in -o to number them"};
+  return true;
+}
+
+} // namespace
+
+int RenderCommand(const RenderArgs& args, const std::string& plugins)
+{
+  Int32 first = 0, last = 0;
+  const bool ranged = CheckRenderArgs(args, first, last);
+  const bool directionPass = args.pass == "direction";
+
+  host::PluginModule module;
+  LoadPlugin(module, plugins);
+  BaseDocument* doc = OpenScene(args.scene);
+  BaseContainer* rd = doc->GetActiveRenderData()->GetDataInstance();
+  if (args.width)
+    rd->SetInt32(RDATA_XRES, *args.width);
+  if (args.height)
+    rd->SetInt32(RDATA_YRES, *args.height);
+
+  host::RenderOptions options;
+  options.samples = args.samples;
+  options.threads = args.threads;
+  options.editorRender = args.preview;
+  options.directionPass = directionPass;
+  if (ranged)
+  {
+    options.firstFrame = first;
+    options.lastFrame = last;
+  }
+  std::optional<host::RenderPlan> plan;
+  const auto camera = [&] {
+    if (!plan)
+      plan = Plan(doc, options, nullptr);
+    return plan->camera;
+  };
+  for (const std::string& s : args.sets)
+    ApplySet(doc, s, camera);
+
+  const bool terminal = isatty(STDERR_FILENO);
+  if (terminal)
+    options.progress = [](Float done) {
+      std::fprintf(stderr, "\rrendering %3d%%", static_cast<int>(done * 100.0));
+      std::fflush(stderr);
+    };
+  std::vector<std::string> written;
+  std::string saveError;
+  const Int32 firstFrame = ranged ? first : doc->GetTime().GetFrame(doc->GetFps());
+  Int32 frameIndex = 0;
+  options.frameDone = [&](Int32, const BaseBitmap& picture) {
+    const std::string path = FramePath(args.out, ranged ? first + frameIndex : firstFrame);
+    ++frameIndex;
+    if (!host::SaveBitmap(picture, path, directionPass, &saveError, args.threads))
+      return false;
+    written.push_back(path);
+    return true;
+  };
+  String error;
+  Bool badInput = false;
+  const Bool ok = host::RenderDocument(doc, options, nullptr, &error, &badInput);
+  if (terminal)
+    std::fprintf(stderr, "\r%*s\r", 16, "");
+  if (!ok)
+  {
+    if (!saveError.empty())
+      throw Stop{saveError, kFailed};
+    throw Stop{args.scene + ": " + error.GetStdString(), badInput ? kBadInput : kFailed};
+  }
+  for (const std::string& p : written)
+    std::cout << "wrote " << p << "\n";
+  return 0;
+}
+
+} // namespace cli
