@@ -7,7 +7,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <string>
 
 #include "c4d.h"
@@ -75,23 +74,17 @@ TEST_F(ModuleTest, LoaderFailuresSayWhatWentWrong)
 
 TEST_F(ModuleTest, MissingOrBrokenResourcesNameTheFile)
 {
-  // Each case breaks a private copy of the built plug-in folder.
+  // Each case breaks a private copy of the built plug-in folder: the resources as a whole, or one
+  // description (how each kind of file names its mistakes is the resource tests').
   const fs::path copy = dir / "OrlixCam";
   const struct
   {
     const char* file;
-    std::function<void(const fs::path&)> breakIt;
+    const char* text; ///< null: the file is removed
     std::string message;
   } cases[] = {
-    {"res", [](const fs::path& p) { fs::remove_all(p); }, "could not load its resources from " + (copy / "res").string()},
-    {"res/description/OrlixTag.res",
-     [](const fs::path& p) { const std::string s = Read(p); std::ofstream(p) << s.substr(0, s.size() / 2); },
-     "OrlixTag.res:"},
-    {"res/description/OrlixTag.h", [](const fs::path& p) { std::ofstream(p, std::ios::app) << "\nenum { BROKEN = };\n"; },
-     "OrlixTag.h:"},
-    {"res/strings_en-US/description/OrlixTag.str",
-     [](const fs::path& p) { const std::string s = Read(p); std::ofstream(p) << "STRINGTABLE OrlixTag { \"unclosed; }\n" << s; },
-     "OrlixTag.str:"},
+    {"res", nullptr, "could not load its resources from " + (copy / "res").string()},
+    {"res/description/OrlixTag.res", "CONTAINER OrlixTag\n{\n  TOGGLE ORLIXTAG_LENS { }\n}\n", "OrlixTag.res:3:"},
   };
   for (const auto& c : cases)
   {
@@ -101,7 +94,10 @@ TEST_F(ModuleTest, MissingOrBrokenResourcesNameTheFile)
     fs::create_directories(copy);
     fs::copy(fs::path(ORLIX_PLUGIN_DIR) / "OrlixCam.so", copy / "OrlixCam.so");
     fs::copy(fs::path(ORLIX_PLUGIN_DIR) / "res", copy / "res", fs::copy_options::recursive);
-    c.breakIt(copy / c.file);
+    if (c.text)
+      std::ofstream(copy / c.file) << c.text;
+    else
+      fs::remove_all(copy / c.file);
     String error;
     EXPECT_FALSE(module.Load(Filename((copy / "OrlixCam.so").string().c_str()), &error));
     std::string where = error.GetStdString();
