@@ -116,13 +116,10 @@ TEST_F(ModuleTest, SkyPicturesThatAreNotPicturesStopTheRender)
   BaseObject* sky = BaseObject::Alloc(Osky);
   sky->GetDataInstance()->SetInt32(SKY_TYPE, SKY_TYPE_PICTURE);
   doc->InsertObject(sky, nullptr, nullptr);
-  // A real PNG cut in half, an empty file and a text file under a picture's name.
-  const std::string png = Read(std::string(ORLIX_SOURCE_DIR) + "/res/OrlixCam.png");
-  ASSERT_GT(png.size(), 200u);
-  for (const auto& [name, bytes] : {std::pair<std::string, std::string>{"cut.png", png.substr(0, png.size() / 2)},
-                                    {"empty.png", ""}, {"text.png", "not a picture at all\n"}})
+  // An empty file and a text file under a picture's name (a picture cut short is the bitmap tests').
+  for (const std::string name : {"empty.png", "text.png"})
   {
-    const std::string path = Write(name, bytes);
+    const std::string path = Write(name, name == "empty.png" ? "" : "not a picture at all\n");
     sky->GetDataInstance()->SetFilename(SKY_PICTURE, Filename(path.c_str()));
     host::BitmapPtr picture;
     String error;
