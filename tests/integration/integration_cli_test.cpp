@@ -1,18 +1,19 @@
 // The command-line host run as a process, as users run it: pictures on disk, exit codes, messages.
 #include <gtest/gtest.h>
 
-#include <OpenImageIO/imageio.h>
+#include <OpenImageIO/imagebuf.h>
+#include <OpenImageIO/imagebufalgo.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <set>
 #include <string>
-#include <vector>
 
 #include <sys/wait.h>
 
-#include "support/scene_dir.h"
+#include "support/scratch_dir.h"
 
 namespace fs = std::filesystem;
 
@@ -24,59 +25,39 @@ struct Outcome
   std::string out, err;
 };
 
-struct Picture
-{
-  int width = 0, height = 0, channels = 0;
-  std::vector<float> px;
-  const float* At(int x, int y) const { return &px[(size_t(y) * width + x) * channels]; }
-};
-
-class Cli : public ::testing::Test, protected SceneDir
+class Cli : public ::testing::Test, protected ScratchDir
 {
 protected:
   Outcome Orlixcam(const std::string& args)
   {
-    Outcome r = RunOnce(args);
+    const std::string out = Path("stdout.txt"), err = Path("stderr.txt");
+    Outcome r;
     // Under AddressSanitizer, the leak checker's own tracer now and then dies as a child process
     // ends on a loaded machine (a fault of the sanitizer runtime, not of the program: the work is
     // done and no leak was reported). Such a run is repeated once; a leak report is not.
-    if (r.err.find("LeakSanitizer has encountered a fatal error") != std::string::npos)
-      r = RunOnce(args);
-    return r;
-  }
-  Outcome RunOnce(const std::string& args)
-  {
-    const std::string out = Path("stdout.txt"), err = Path("stderr.txt");
-    const int status = std::system((std::string(ORLIXCAM_EXE) + " " + args + " >" + out + " 2>" + err).c_str());
-    Outcome r;
-    r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    r.out = Read(out);
-    r.err = Read(err);
+    const std::string tracerDied = "LeakSanitizer has encountered a fatal error";
+    for (int run = 0; run < 2 && (run == 0 || r.err.find(tracerDied) != std::string::npos); ++run)
+    {
+      const int status = std::system((std::string(ORLIXCAM_EXE) + " " + args + " >" + out + " 2>" + err).c_str());
+      r = Outcome{WIFEXITED(status) ? WEXITSTATUS(status) : -1, Read(out), Read(err)};
+    }
     fs::remove(out);
     fs::remove(err);
     return r;
   }
-  static Picture Load(const fs::path& p)
+  /// The picture at `p`, whole in memory as floats; no width if it can't be read.
+  static OIIO::ImageBuf Load(const fs::path& p)
   {
-    Picture pic;
-    auto in = OIIO::ImageInput::open(p.string());
-    if (!in)
-      return pic;
-    const OIIO::ImageSpec f = in->spec_dimensions(0);
-    pic.width = f.width;
-    pic.height = f.height;
-    pic.channels = f.nchannels;
-    pic.px.resize(size_t(f.width) * f.height * f.nchannels);
-    in->read_image(0, 0, 0, -1, OIIO::TypeDesc::FLOAT, pic.px.data());
+    OIIO::ImageBuf pic(p.string());
+    pic.read(0, 0, true, OIIO::TypeDesc::FLOAT);
     return pic;
   }
   /// Names of everything in the test's folder, to see that nothing half-written stays behind.
-  std::vector<std::string> Files() const
+  std::set<std::string> Files() const
   {
-    std::vector<std::string> names;
+    std::set<std::string> names;
     for (const auto& e : fs::directory_iterator(dir))
-      names.push_back(e.path().filename().string());
-    std::sort(names.begin(), names.end());
+      names.insert(e.path().filename().string());
     return names;
   }
 };
@@ -91,42 +72,72 @@ std::string LensScene(const std::string& tagParams, int w, int h)
 
 } // namespace
 
-TEST_F(Cli, BadInputStopsWithExitCode2AndWritesNothing)
+TEST_F(Cli, EveryCommandAnswersWithItsExitCodeAndMessageAndBadInputWritesNothing)
 {
   const std::string good = Write("good.json", LensScene("\"ORLIXTAG_LENS\": 1", 16, 16));
   const std::string zero = Write("zero.json", "{\"format\": \"orlixcam-scene/1\", \"render\": {\"width\": 0}}");
   const std::string out = (dir / "out.png").string(), render = "render " + good + " -o " + out;
+  // Of three cameras the one with the enabled tag is the one the render looks through; the images
+  // per frame are what the video post answers at the start of a render.
+  auto info = [&](const std::string& name, const std::string& render, int lens) {
+    return "info " + Write(name, R"({"format": "orlixcam-scene/1", "render": {"width": 600, "height": 300, )" + render +
+                                     R"(}, "objects": [{"type": "camera", "name": "Plain"},
+    {"type": "camera", "name": "Off", "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_ENABLED": false}}]},
+    {"type": "camera", "name": "Lens", "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_LENS": )" +
+                                     std::to_string(lens) + "}}]}]}");
+  };
+  const std::string dome = info("dome.json", R"("videoPosts": [{"type": "OrlixCam"}])", 1);
+  // Exit code 0 looks for the message on stdout, any other code on stderr.
   struct Case
   {
-    std::string args, message;
+    std::string args;
+    int code;
+    std::string message;
   } cases[] = {
-    {"render " + zero + " -o " + out, "zero.json: /render/width: 0 is out of range 1 to 65536"},
-    {"info " + Path("missing.json"), "missing.json"},
-    {"render " + good + " -o " + (dir / "out.bmp").string(), "unknown picture format"},
-    {"render " + good + " -o " + (dir / "nofolder" / "out.png").string(), "does not exist"},
-    {render + " --frames 5-1", "the range ends before it starts"},
-    {render + " --frames 1-3", "several frames need #### in -o"},
-    {render + " --set ORLIXTAG_NOTHING=1", "unknown parameter ORLIXTAG_NOTHING"},
-    {render + " --set ORLIXTAG_LENS=9", "9 is not one of 0, 1, 2, 3"},
-    {render + " --set width=0", "--set width=0: expected a number from"},
-    {render + " --set stereo=maybe", "expected true or false"},
-    {render + " --set =1", "expected SYMBOL=VALUE"},
-    {render + " --pass direction", "use .exr or .tif"},
-    {render + " --samples 0", "--samples"},
-    {render + " --width 65536 --height 65536", "more than the machine's"},
-    {"--plugins " + dir.string() + " params", "no plug-in module at " + (dir / "OrlixCam.so").string()},
+    {"render " + zero + " -o " + out, 2, "zero.json: /render/width: 0 is out of range 1 to 65536"},
+    {"info " + Path("missing.json"), 2, "missing.json"},
+    {"render " + good + " -o " + (dir / "out.bmp").string(), 2, "unknown picture format"},
+    {"render " + good + " -o " + (dir / "nofolder" / "out.png").string(), 2, "does not exist"},
+    {render + " --frames 5-1", 2, "the range ends before it starts"},
+    {render + " --frames 1-3", 2, "several frames need #### in -o"},
+    {render + " --set ORLIXTAG_NOTHING=1", 2, "unknown parameter ORLIXTAG_NOTHING"},
+    {render + " --set ORLIXTAG_LENS=9", 2, "9 is not one of 0, 1, 2, 3"},
+    {render + " --set width=0", 2, "--set width=0: expected a number from"},
+    {render + " --set stereo=maybe", 2, "expected true or false"},
+    {render + " --set =1", 2, "expected SYMBOL=VALUE"},
+    {render + " --pass direction", 2, "use .exr or .tif"},
+    {render + " --samples 0", 2, "--samples"},
+    {render + " --width 65536 --height 65536", 2, "more than the machine's"},
+    {"--plugins " + dir.string() + " params", 2, "no plug-in module at " + (dir / "OrlixCam.so").string()},
+    {"", 2, "A subcommand is required"},
+    {"render --help", 0, "Example:\n  orlixcam render"},
+    {"info --help", 0, "Example:\n  orlixcam info"},
+    {"params --help", 0, "Example:\n  orlixcam params"},
+    {"--version", 0, std::string("orlixcam ") + ORLIX_PROJECT_VERSION + "\n"},
+    {"params", 0, "OrlixCam (video post \"OrlixCam\")"},
+    {"params", 0, "  1008   ORLIXTAG_DOME_FOV                      REAL       {\"deg\":180.0}"},
+    {"params", 0, "1048   ORLIXVP_CUBE_LAYOUT"},
+    {dome, 0, "cameras   3: \"Plain\" \"Off\" \"Lens\""},
+    {dome, 0, "lens      camera \"Lens\", tag OrlixTag; rays from video post OrlixCam"},
+    {dome, 0, "images    1 per frame"},
+    {info("cube.json", R"("videoPosts": [{"type": "OrlixCam", "params": {"ORLIXVP_CUBE_LAYOUT": 3}}])", 3), 0,
+     "images    6 per frame"},
+    {info("stereo.json", R"("stereo": true, "videoPosts": [{"type": "OrlixCam", "params": {"ORLIXVP_STEREO_MODE": 1}}])",
+          3), 0, "images    12 per frame"},
   };
   const std::string before = Read(good);
   for (const Case& c : cases)
   {
     SCOPED_TRACE(c.args);
     const Outcome r = Orlixcam(c.args);
-    EXPECT_EQ(r.code, 2) << r.err;
-    EXPECT_NE(r.err.find(c.message), std::string::npos) << "stderr: " << r.err;
+    EXPECT_EQ(r.code, c.code) << r.err;
+    EXPECT_NE((c.code ? r.err : r.out).find(c.message), std::string::npos) << "out: " << r.out << "\nerr: " << r.err;
     EXPECT_FALSE(fs::exists(out));
+    // A good command's stderr holds no more than the plug-in's start line: the render's start prints nothing.
+    EXPECT_TRUE(c.code || std::count(r.err.begin(), r.err.end(), '\n') <= 1) << r.err;
   }
   EXPECT_EQ(Read(good), before) << "the scene file is left as it was";
-  EXPECT_EQ(Files(), (std::vector<std::string>{"good.json", "zero.json"}));
+  EXPECT_EQ(Files(), (std::set<std::string>{"cube.json", "dome.json", "good.json", "stereo.json", "zero.json"}));
 }
 
 TEST_F(Cli, EveryExampleSceneRenders)
@@ -145,12 +156,13 @@ TEST_F(Cli, EveryExampleSceneRenders)
     ++rendered;
     EXPECT_EQ(r.code, 0) << entry.path() << "\n" << r.err;
     EXPECT_EQ(Read(entry.path()), before) << entry.path() << " was changed by rendering it";
-    const Picture p = Load(out);
-    ASSERT_EQ(p.width, 96) << entry.path();
-    ASSERT_EQ(p.height, 48) << entry.path();
+    const OIIO::ImageBuf p = Load(out);
+    ASSERT_EQ(p.spec().width, 96) << entry.path();
+    ASSERT_EQ(p.spec().height, 48) << entry.path();
     // Sky and geometry make a picture with contrast; a blank frame means nothing was shot.
-    const auto [lo, hi] = std::minmax_element(p.px.begin(), p.px.end());
-    EXPECT_GT(*hi - *lo, 0.3f) << entry.path() << " rendered a flat picture";
+    const OIIO::ImageBufAlgo::PixelStats s = OIIO::ImageBufAlgo::computePixelStats(p);
+    EXPECT_GT(*std::max_element(s.max.begin(), s.max.end()) - *std::min_element(s.min.begin(), s.min.end()), 0.3f)
+      << entry.path() << " rendered a flat picture";
   }
   EXPECT_GE(rendered, 14);
 }
@@ -161,15 +173,15 @@ TEST_F(Cli, FramesAreNumberedAndSetChangesTheRender)
   const Outcome r = Orlixcam("render " + scene + " -o " + (dir / "f_####.png").string() +
                          " --frames 2-4 --set ORLIXTAG_LENS=ORLIXTAG_LENS_PANORAMA --set width=20 --set height=10 --samples 1");
   ASSERT_EQ(r.code, 0) << r.err;
-  EXPECT_EQ(Files(), (std::vector<std::string>{"f_0002.png", "f_0003.png", "f_0004.png", "s.json"}))
+  EXPECT_EQ(Files(), (std::set<std::string>{"f_0002.png", "f_0003.png", "f_0004.png", "s.json"}))
     << "one file a frame, numbered, and no temporary file left";
-  const Picture p = Load(dir / "f_0003.png");
-  EXPECT_EQ(p.width, 20);
-  EXPECT_EQ(p.height, 10);
-  ASSERT_EQ(p.channels, 3);
+  const OIIO::ImageBuf p = Load(dir / "f_0003.png");
+  EXPECT_EQ(p.spec().width, 20);
+  EXPECT_EQ(p.spec().height, 10);
+  ASSERT_EQ(p.nchannels(), 3);
   // A panorama's top row looks up into the blue, its bottom row down into the red.
-  EXPECT_GT(p.At(10, 0)[2], 0.9f);
-  EXPECT_GT(p.At(10, 9)[0], 0.9f);
+  EXPECT_GT(p.getchannel(10, 0, 0, 2), 0.9f);
+  EXPECT_GT(p.getchannel(10, 9, 0, 0), 0.9f);
   EXPECT_NE(r.out.find("wrote " + (dir / "f_0004.png").string()), std::string::npos) << r.out;
 }
 
@@ -182,9 +194,9 @@ TEST_F(Cli, DirectionPassWritesEachPixelsDirection)
   const Outcome r = Orlixcam("render " + Write("s.json", LensScene("\"ORLIXTAG_LENS\": 1", 41, 41)) + " -o " +
                              exr.string() + " --pass direction");
   ASSERT_EQ(r.code, 0) << r.err;
-  const Picture p = Load(exr);
-  ASSERT_EQ(p.width, 41);
-  ASSERT_GE(p.channels, 3);
+  const OIIO::ImageBuf p = Load(exr);
+  ASSERT_EQ(p.spec().width, 41);
+  ASSERT_GE(p.nchannels(), 3);
   const struct
   {
     int x, y;
@@ -192,57 +204,5 @@ TEST_F(Cli, DirectionPassWritesEachPixelsDirection)
   } at[] = {{20, 20, {0, 0, 1}}, {30, 20, {h, 0, h}}, {20, 10, {0, h, h}}, {0, 0, {0, 0, 0}}};
   for (const auto& a : at)
     for (int c = 0; c < 3; ++c)
-      EXPECT_NEAR(p.At(a.x, a.y)[c], a.d[c], 1e-4) << "pixel " << a.x << ", " << a.y << " component " << c;
-}
-
-TEST_F(Cli, InfoReportsTheRenderStartAndParamsEveryDescription)
-{
-  // The camera with the enabled tag is the one the render looks through; the images per frame are
-  // what the video post answers at the start of a render.
-  const std::string cameras = R"("objects": [{"type": "camera", "name": "Plain"},
-    {"type": "camera", "name": "Off", "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_ENABLED": false}}]},
-    {"type": "camera", "name": "Lens", "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_LENS": )";
-  const struct
-  {
-    const char* name;
-    std::string render;
-    int lens, images;
-  } scenes[] = {
-    {"cubemap", R"("videoPosts": [{"type": "OrlixCam", "params": {"ORLIXVP_CUBE_LAYOUT": 3}}])", 3, 6},
-    {"stereo cubemap", R"("stereo": true, "videoPosts": [{"type": "OrlixCam", "params": {"ORLIXVP_STEREO_MODE": 1}}])", 3, 12},
-    {"dome", R"("videoPosts": [{"type": "OrlixCam"}])", 1, 1},
-  };
-  for (const auto& s : scenes)
-  {
-    SCOPED_TRACE(s.name);
-    const std::string scene = Write("s.json", R"({"format": "orlixcam-scene/1", "render": {"width": 600, "height": 300, )" +
-                                                s.render + "}, " + cameras + std::to_string(s.lens) + "}}]}]}");
-    const Outcome info = Orlixcam("info " + scene);
-    ASSERT_EQ(info.code, 0) << info.err;
-    EXPECT_NE(info.out.find("cameras   3: \"Plain\" \"Off\" \"Lens\""), std::string::npos) << info.out;
-    EXPECT_NE(info.out.find("lens      camera \"Lens\", tag OrlixTag; rays from video post OrlixCam"), std::string::npos)
-      << info.out;
-    EXPECT_NE(info.out.find("images    " + std::to_string(s.images) + " per frame"), std::string::npos) << info.out;
-    EXPECT_EQ(info.err.find("Alpha channel"), std::string::npos) << "the render's start prints nothing: " << info.err;
-  }
-
-  const Outcome params = Orlixcam("params");
-  ASSERT_EQ(params.code, 0) << params.err;
-  for (const char* line : {"OrlixTag (tag", "OrlixCam (video post", "1008   ORLIXTAG_DOME_FOV", "{\"deg\":180",
-                           "ORLIXVP_CUBE_LAYOUT"})
-    EXPECT_NE(params.out.find(line), std::string::npos) << line << " is missing:\n" << params.out;
-}
-
-TEST_F(Cli, HelpForEveryCommandAndVersion)
-{
-  for (const std::string command : {"render", "info", "params"})
-  {
-    const Outcome h = Orlixcam(command + " --help");
-    EXPECT_EQ(h.code, 0) << command << " --help\n" << h.err;
-    EXPECT_NE(h.out.find("Example:\n  orlixcam " + command), std::string::npos) << command << " --help:\n" << h.out;
-  }
-  const Outcome version = Orlixcam("--version");
-  EXPECT_EQ(version.code, 0);
-  EXPECT_EQ(version.out, std::string("orlixcam ") + ORLIX_PROJECT_VERSION + "\n") << "the project's version";
-  EXPECT_EQ(Orlixcam("").code, 2) << "a command is required";
+      EXPECT_NEAR(p.getchannel(a.x, a.y, 0, c), a.d[c], 1e-4) << "pixel " << a.x << ", " << a.y << " component " << c;
 }

@@ -4,11 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <string>
 
 #include "c4d.h"
@@ -16,6 +14,7 @@
 #include "host_app.h"
 #include "plugin_loader.h"
 #include "render/render_loop.h"
+#include "support/scratch_dir.h"
 
 namespace fs = std::filesystem;
 
@@ -24,13 +23,7 @@ namespace
 const Filename kModule = Filename(ORLIX_PLUGIN_DIR) + Filename("OrlixCam.so");
 constexpr Int32 kVideoPostId = 1033675, kTagId = 1035138;
 
-std::string ReadFile(const fs::path& path)
-{
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-struct ModuleTest : ::testing::Test
+struct ModuleTest : ::testing::Test, ScratchDir
 {
   void SetUp() override { host::ResetApp(); }
   void TearDown() override
@@ -38,8 +31,6 @@ struct ModuleTest : ::testing::Test
     module.Unload();
     host::ResetApp();
   }
-  /// A private folder for the test's files, by pid as ctest runs cases side by side.
-  const fs::path dir = fs::path(::testing::TempDir()) / ("orlix_module_" + std::to_string(getpid()));
   host::PluginModule module;
 };
 } // namespace
@@ -51,15 +42,9 @@ TEST_F(ModuleTest, LoadsThroughItsEntryPointAndRegisters)
   EXPECT_EQ(module.GetStartPriority(), -1000000);
   EXPECT_EQ(GeGetPluginPath().GetString(), String(ORLIX_PLUGIN_DIR));
   EXPECT_TRUE(host::App().console.Contains(String("--- OrlixCam: Version 2.2.1 (008) is ready!")));
-  // A tag made on a camera in a fresh document brings the video post into the render settings.
-  BaseDocument* doc = BaseDocument::Alloc();
-  SetActiveDocument(doc);
-  BaseObject* cam = BaseObject::Alloc(Ocamera);
-  doc->InsertObject(cam, nullptr, nullptr);
-  ASSERT_NE(cam->MakeTag(kTagId), nullptr);
-  BaseVideoPost* vp = doc->GetActiveRenderData()->GetFirstVideoPost();
-  ASSERT_NE(vp, nullptr);
-  EXPECT_EQ(vp->GetType(), kVideoPostId);
+  // What the tag and the video post do once registered is the plug-in tests'.
+  EXPECT_NE(host::App().plugins.Find(kTagId), nullptr);
+  EXPECT_NE(host::App().plugins.Find(kVideoPostId), nullptr);
 
   // Nothing but the entry point is visible from outside.
   void* handle = dlopen(kModule.GetString().GetCString(), RTLD_NOW | RTLD_LOCAL);
@@ -89,34 +74,32 @@ TEST_F(ModuleTest, LoaderFailuresSayWhatWentWrong)
 
 TEST_F(ModuleTest, MissingOrBrokenResourcesNameTheFile)
 {
-  // Each case breaks a private copy of the built plug-in folder.
+  // Each case breaks a private copy of the built plug-in folder: the resources as a whole, or one
+  // description (how each kind of file names its mistakes is the resource tests').
+  const fs::path copy = dir / "OrlixCam";
   const struct
   {
     const char* file;
-    std::function<void(const fs::path&)> breakIt;
+    const char* text; ///< null: the file is removed
     std::string message;
   } cases[] = {
-    {"res", [](const fs::path& p) { fs::remove_all(p); }, "could not load its resources from " + (dir / "res").string()},
-    {"res/description/OrlixTag.res",
-     [](const fs::path& p) { const std::string s = ReadFile(p); std::ofstream(p) << s.substr(0, s.size() / 2); },
-     "OrlixTag.res:"},
-    {"res/description/OrlixTag.h", [](const fs::path& p) { std::ofstream(p, std::ios::app) << "\nenum { BROKEN = };\n"; },
-     "OrlixTag.h:"},
-    {"res/strings_en-US/description/OrlixTag.str",
-     [](const fs::path& p) { const std::string s = ReadFile(p); std::ofstream(p) << "STRINGTABLE OrlixTag { \"unclosed; }\n" << s; },
-     "OrlixTag.str:"},
+    {"res", nullptr, "could not load its resources from " + (copy / "res").string()},
+    {"res/description/OrlixTag.res", "CONTAINER OrlixTag\n{\n  TOGGLE ORLIXTAG_LENS { }\n}\n", "OrlixTag.res:3:"},
   };
   for (const auto& c : cases)
   {
     SCOPED_TRACE(c.file);
     host::ResetApp();
-    fs::remove_all(dir);
-    fs::create_directories(dir);
-    fs::copy(fs::path(ORLIX_PLUGIN_DIR) / "OrlixCam.so", dir / "OrlixCam.so");
-    fs::copy(fs::path(ORLIX_PLUGIN_DIR) / "res", dir / "res", fs::copy_options::recursive);
-    c.breakIt(dir / c.file);
+    fs::remove_all(copy);
+    fs::create_directories(copy);
+    fs::copy(fs::path(ORLIX_PLUGIN_DIR) / "OrlixCam.so", copy / "OrlixCam.so");
+    fs::copy(fs::path(ORLIX_PLUGIN_DIR) / "res", copy / "res", fs::copy_options::recursive);
+    if (c.text)
+      std::ofstream(copy / c.file) << c.text;
+    else
+      fs::remove_all(copy / c.file);
     String error;
-    EXPECT_FALSE(module.Load(Filename((dir / "OrlixCam.so").string().c_str()), &error));
+    EXPECT_FALSE(module.Load(Filename((copy / "OrlixCam.so").string().c_str()), &error));
     std::string where = error.GetStdString();
     for (const String& line : host::App().console.Lines())
       where += "\n" + line.GetStdString();
@@ -124,36 +107,25 @@ TEST_F(ModuleTest, MissingOrBrokenResourcesNameTheFile)
     EXPECT_EQ(host::App().plugins.Find(kTagId), nullptr) << "nothing registers from a broken folder";
     module.Unload();
   }
-  fs::remove_all(dir);
 }
 
 TEST_F(ModuleTest, SkyPicturesThatAreNotPicturesStopTheRender)
 {
-  fs::create_directories(dir);
-  // A real PNG cut in half, an empty file and a text file under a picture's name.
-  const std::string png = ReadFile(fs::path(ORLIX_SOURCE_DIR) / "res" / "OrlixCam.png");
-  ASSERT_GT(png.size(), 200u);
-  for (const auto& [name, bytes] : {std::pair<std::string, std::string>{"cut.png", png.substr(0, png.size() / 2)},
-                                    {"empty.png", ""}, {"text.png", "not a picture at all\n"}})
+  BaseDocument* doc = BaseDocument::Alloc();
+  SetActiveDocument(doc);
+  BaseObject* sky = BaseObject::Alloc(Osky);
+  sky->GetDataInstance()->SetInt32(SKY_TYPE, SKY_TYPE_PICTURE);
+  doc->InsertObject(sky, nullptr, nullptr);
+  // An empty file and a text file under a picture's name (a picture cut short is the bitmap tests').
+  for (const std::string name : {"empty.png", "text.png"})
   {
-    const std::string path = (dir / name).string();
-    std::ofstream(path, std::ios::binary) << bytes;
-    BaseDocument* doc = BaseDocument::Alloc();
-    SetActiveDocument(doc);
-    BaseObject* sky = BaseObject::Alloc(Osky);
-    sky->GetDataInstance()->SetInt32(SKY_TYPE, SKY_TYPE_PICTURE);
+    const std::string path = Write(name, name == "empty.png" ? "" : "not a picture at all\n");
     sky->GetDataInstance()->SetFilename(SKY_PICTURE, Filename(path.c_str()));
-    doc->InsertObject(sky, nullptr, nullptr);
-    doc->InsertObject(BaseObject::Alloc(Ocamera), nullptr, nullptr);
-    doc->GetActiveRenderData()->GetDataInstance()->SetInt32(RDATA_XRES, 8);
-    doc->GetActiveRenderData()->GetDataInstance()->SetInt32(RDATA_YRES, 8);
     host::BitmapPtr picture;
     String error;
     EXPECT_FALSE(host::RenderDocument(doc, host::RenderOptions(), &picture, &error)) << name;
     EXPECT_NE(error.GetStdString().find("picture \"" + path + "\": not a picture that can be read"), std::string::npos)
       << name << ": " << error;
     EXPECT_FALSE(picture) << name << ": no partial picture";
-    KillDocument(doc);
   }
-  fs::remove_all(dir);
 }

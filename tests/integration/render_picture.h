@@ -24,8 +24,8 @@ inline std::ostream& operator<<(std::ostream& os, const Rgba& p)
 
 inline bool Black(const Rgba& p) { return p.r == 0.0f && p.g == 0.0f && p.b == 0.0f; }
 
-/// A float RGB picture of `pixel(x, y)`, written as `name` in the test folder; its path.
-inline std::string WritePicture(const std::string& name, Int32 w, Int32 h, const std::function<Rgba(Int32, Int32)>& pixel)
+/// A float RGB picture of `pixel(x, y)`, written to `path`; the path.
+inline std::string WritePicture(const std::string& path, Int32 w, Int32 h, const std::function<Rgba(Int32, Int32)>& pixel)
 {
   std::vector<float> px;
   for (Int32 y = 0; y < h; ++y)
@@ -34,7 +34,6 @@ inline std::string WritePicture(const std::string& name, Int32 w, Int32 h, const
       const Rgba p = pixel(x, y);
       px.insert(px.end(), {p.r, p.g, p.b});
     }
-  const std::string path = ::testing::TempDir() + name;
   auto out = OIIO::ImageOutput::create(path);
   EXPECT_TRUE(out && out->open(path, OIIO::ImageSpec(w, h, 3, OIIO::TypeDesc::FLOAT)));
   EXPECT_TRUE(out && out->write_image(OIIO::TypeDesc::FLOAT, px.data()));
