@@ -8,10 +8,13 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <set>
 #include <string>
 
 #include <sys/wait.h>
+
+#include <nlohmann/json.hpp>
 
 #include "support/scratch_dir.h"
 
@@ -113,6 +116,9 @@ TEST_F(Cli, EveryCommandAnswersWithItsExitCodeAndMessageAndBadInputWritesNothing
     {"render --help", 0, "Example:\n  orlixcam render"},
     {"info --help", 0, "Example:\n  orlixcam info"},
     {"params --help", 0, "Example:\n  orlixcam params"},
+    {"panel " + good + " --press ORLIXTAG_LENS", 2, "ORLIXTAG_LENS is a LONG, not a button"},
+    {"panel " + good + " --node camera", 2, "--node"},
+    {"panel " + good, 0, "v Dome"},
     {"--version", 0, std::string("orlixcam ") + ORLIX_PROJECT_VERSION + "\n"},
     {"params", 0, "OrlixCam (video post \"OrlixCam\")"},
     {"params", 0, "  1008   ORLIXTAG_DOME_FOV                      REAL       {\"deg\":180.0}"},
@@ -138,6 +144,28 @@ TEST_F(Cli, EveryCommandAnswersWithItsExitCodeAndMessageAndBadInputWritesNothing
   }
   EXPECT_EQ(Read(good), before) << "the scene file is left as it was";
   EXPECT_EQ(Files(), (std::set<std::string>{"cube.json", "dome.json", "good.json", "stereo.json", "zero.json"}));
+}
+
+TEST_F(Cli, PanelEditsPressesAndSavesAsAUserWould)
+{
+  // The latitude rule, the fit button's question, and the saved scene shown again as JSON.
+  const std::string scene = Write("pano.json", LensScene(R"("ORLIXTAG_LENS": 0, "ORLIXTAG_PANO_CUSTOM": true, "ORLIXTAG_PANO_FOV_H": {"deg": 90})", 600, 400));
+  const std::string saved = Path("saved.json");
+  const Outcome edit = Orlixcam("panel " + scene + " --set 'ORLIXTAG_PANO_LAT_MAX={\"deg\": 30}' --set "
+                                "'ORLIXTAG_PANO_LAT_MIN={\"deg\": 40}' --press ORLIXTAG_FIT_KEEP_WIDTH --answer yes -o " + saved);
+  ASSERT_EQ(edit.code, 0) << edit.err;
+  EXPECT_NE(edit.err.find("answered yes"), std::string::npos) << edit.err;
+  const Outcome shown = Orlixcam("panel " + saved + " --json");
+  ASSERT_EQ(shown.code, 0) << shown.err;
+  std::map<std::string, nlohmann::json> bySymbol;
+  const nlohmann::json panel = nlohmann::json::parse(shown.out);
+  for (const nlohmann::json& e : panel["entries"])
+    bySymbol[e["symbol"].get<std::string>()] = e;
+  EXPECT_NEAR(bySymbol["ORLIXTAG_PANO_LAT_MIN"]["value"]["deg"].get<double>(), 29.0, 1e-6) << "the typed edge gave way";
+  EXPECT_TRUE(bySymbol["ORLIXTAG_GROUP_DOME"]["hidden"].get<bool>());
+  EXPECT_FALSE(bySymbol["ORLIXTAG_PANO_FOV_V"]["enabled"].get<bool>());
+  // 90 by 1 degree: 90:1, so 600 wide keeps 7 (600 / 90 + 0.5) rows.
+  EXPECT_EQ(nlohmann::json::parse(Read(saved))["render"]["height"], 7);
 }
 
 TEST_F(Cli, EveryExampleSceneRenders)
