@@ -10,17 +10,8 @@ using namespace cli;
 
 namespace
 {
-int Run(int argc, char** argv)
+CLI::App* AddRender(CLI::App& app, RenderArgs& r)
 {
-  CLI::App app{"orlixcam: renders immersive pictures (dome, panorama, cylinder, cubemap, stereo) from scene files\n"
-               "through the lens plug-in of its plug-in folder."};
-  app.set_version_flag("--version", std::string("orlixcam ") + ORLIXCAM_VERSION);
-  app.require_subcommand(1);
-  std::string plugins;
-  app.add_option("--plugins", plugins, "The plug-in folder (holding the module and res/); default: plugins/" + kDefaultPlugin + " beside this program")
-    ->check(CLI::ExistingDirectory);
-
-  RenderArgs r;
   CLI::App* render = app.add_subcommand("render", "Render a scene to a picture");
   render->footer("Example:\n  orlixcam render Examples/fulldome.json -o dome.png --samples 4\n"
                  "  orlixcam render Examples/dome_slate.json -o frames/dome_####.png --frames 0-24\n"
@@ -38,19 +29,17 @@ int Run(int argc, char** argv)
                      "stereo, alpha")
     ->allow_extra_args(false);
   render->add_option("--pass", r.pass, "direction: each pixel holds the world direction of its ray (32-bit float)");
+  return render;
+}
 
-  std::string infoScene;
-  CLI::App* info = app.add_subcommand("info", "Show a scene in brief: cameras, the render camera and its lens, images per frame, size");
-  info->footer("Example:\n  orlixcam info Examples/stereo_cubemap_sbs.json");
-  info->add_option("scene", infoScene, "The scene file (JSON)")->required();
-
-  PanelArgs p;
+CLI::App* AddPanel(CLI::App& app, PanelArgs& p)
+{
   CLI::App* panel = app.add_subcommand("panel", "Show a node's attribute panel as the host does, after edits and button presses");
   panel->footer("Edits (--set) come first, in order, then the presses (--press); each is a user's action in the panel:\n"
                 "the value set, the node told, the document evaluated.\n"
+                "The symbols that --set and --press take: orlixcam params.\n"
                 "Example:\n  orlixcam panel Examples/fulldome.json\n"
-                "  orlixcam panel Examples/panorama.json --set ORLIXTAG_PANO_CUSTOM=true --set 'ORLIXTAG_PANO_LAT_MIN={\"deg\": 40}'\n"
-                "  orlixcam panel Examples/fulldome.json --press ORLIXTAG_FIT_KEEP_WIDTH --answer yes -o fitted.json\n"
+                "  orlixcam panel Examples/fulldome.json --set stereo=true\n"
                 "  orlixcam panel Examples/stereo_cubemap_sbs.json --node videopost --json");
   panel->add_option("scene", p.scene, "The scene file (JSON)")->required();
   panel->add_option("--node", p.node, "Whose panel: the lens tag or the video post")
@@ -63,6 +52,29 @@ int Run(int argc, char** argv)
     ->capture_default_str();
   panel->add_flag("--json", p.json, "Every entry as JSON, hidden ones included: id, symbol, label, type, value, hidden, enabled, open, parent");
   panel->add_option("-o,--output", p.out, "Save the scene after the edits to this file");
+  return panel;
+}
+
+int Run(int argc, char** argv)
+{
+  CLI::App app{"orlixcam: renders immersive pictures (dome, panorama, cylinder, cubemap, stereo) from scene files\n"
+               "through the lens plug-in of its plug-in folder."};
+  app.set_version_flag("--version", std::string("orlixcam ") + ORLIXCAM_VERSION);
+  app.require_subcommand(1);
+  std::string plugins;
+  app.add_option("--plugins", plugins, "The plug-in folder (holding the module and res/); default: plugins/" + kDefaultPlugin + " beside this program")
+    ->check(CLI::ExistingDirectory);
+
+  RenderArgs r;
+  CLI::App* render = AddRender(app, r);
+
+  std::string infoScene;
+  CLI::App* info = app.add_subcommand("info", "Show a scene in brief: cameras, the render camera and its lens, images per frame, size");
+  info->footer("Example:\n  orlixcam info Examples/stereo_cubemap_sbs.json");
+  info->add_option("scene", infoScene, "The scene file (JSON)")->required();
+
+  PanelArgs p;
+  CLI::App* panel = AddPanel(app, p);
 
   CLI::App* params = app.add_subcommand("params", "List every parameter of every description the plug-ins registered");
   params->footer("Example:\n  orlixcam params | grep DOME");

@@ -119,6 +119,7 @@ TEST_F(Cli, EveryCommandAnswersWithItsExitCodeAndMessageAndBadInputWritesNothing
     {"panel " + good + " --press ORLIXTAG_LENS", 2, "ORLIXTAG_LENS is a LONG, not a button"},
     {"panel " + good + " --node camera", 2, "--node"},
     {"panel " + good, 0, "v Dome"},
+    {"panel --help", 0, "Example:\n  orlixcam panel"},
     {"--version", 0, std::string("orlixcam ") + ORLIX_PROJECT_VERSION + "\n"},
     {"params", 0, "OrlixCam (video post \"OrlixCam\")"},
     {"params", 0, "  1008   ORLIXTAG_DOME_FOV                      REAL       {\"deg\":180.0}"},
