@@ -1,5 +1,5 @@
 // Documents and their nodes: object trees, matrices, tags, the render view and its camera, polygon
-// objects, the active document and the registry.
+// objects, the active document, the registry and the expression pass.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -7,6 +7,7 @@
 #include "c4d.h"
 #include "c4d_objects.h"
 #include "host_app.h"
+#include "panel.h"
 #include "render/render_scene.h"
 
 namespace
@@ -126,4 +127,55 @@ TEST_F(DocTest, KillingTheActiveDocumentActivatesAnotherAndTheRegistryRefusesBad
   EXPECT_FALSE(host::App().plugins.Add(e)) << "id 0";
   EXPECT_FALSE(RegisterVideoPostPlugin(6, String("x"), 0, nullptr, String(), 0, 0)) << "no allocator, no plug-in";
   EXPECT_FALSE(RegisterCommandPlugin(7, String("x"), 0, nullptr, String(), nullptr));
+}
+
+namespace
+{
+std::vector<std::string> executed;
+
+// An expression tag that notes its name when it runs.
+struct NotingTag : TagData
+{
+  Int32 Execute(BaseTag* tag, BaseDocument*, BaseObject*, Int32, Int32) override
+  {
+    executed.push_back(tag->GetName().GetStdString());
+    return 0;
+  }
+  static NodeData* Alloc() { return new NotingTag; }
+};
+} // namespace
+
+TEST_F(DocTest, ExpressionPassRunsTagsByPriorityCameraDependentLast)
+{
+  ASSERT_TRUE(RegisterTagPlugin(1000101, String("Noting"), TAG_VISIBLE | TAG_EXPRESSION, NotingTag::Alloc, String(), nullptr, 0));
+  ASSERT_TRUE(RegisterTagPlugin(1000102, String("Quiet"), TAG_VISIBLE, NotingTag::Alloc, String(), nullptr, 0));
+  BaseObject* parent = BaseObject::Alloc(Onull);
+  BaseObject* child = BaseObject::Alloc(Ocamera);
+  doc->InsertObject(parent, nullptr, nullptr);
+  doc->InsertObject(child, parent, nullptr);
+  // name, object, priority, camera-dependent; the quiet tag isn't an expression and never runs
+  const struct
+  {
+    const char* name;
+    BaseObject* op;
+    Int32 priority;
+    Bool cameraDependent;
+  } tags[] = {{"camera", parent, -100, true}, {"late", parent, 10, false}, {"early", child, -5, false}, {"tie", child, 10, false}};
+  for (const auto& t : tags)
+  {
+    BaseTag* tag = BaseTag::Alloc(1000101);
+    tag->SetName(String(t.name));
+    PriorityData pd;
+    pd.SetPriorityValue(PRIORITYVALUE_PRIORITY, GeData(t.priority));
+    pd.SetPriorityValue(PRIORITYVALUE_CAMERADEPENDENT, GeData(t.cameraDependent));
+    tag->GetDataInstance()->SetData(EXPRESSION_PRIORITY, GeData(CUSTOMDATATYPE_PRIORITY, pd));
+    BaseTag* last = t.op->GetFirstTag();
+    while (last && last->GetNext())
+      last = last->GetNext();
+    t.op->InsertTag(tag, last);
+  }
+  child->MakeTag(1000102);
+  executed.clear();
+  host::ExecuteExpressions(doc);
+  EXPECT_EQ(executed, (std::vector<std::string>{"early", "late", "tie", "camera"})) << "ties keep the tree's order";
 }
