@@ -235,3 +235,37 @@ TEST_F(Cli, DirectionPassWritesEachPixelsDirection)
     for (int c = 0; c < 3; ++c)
       EXPECT_NEAR(p.getchannel(a.x, a.y, 0, c), a.d[c], 1e-4) << "pixel " << a.x << ", " << a.y << " component " << c;
 }
+
+TEST_F(Cli, DirectionPassOfTwoEyesIsLaidOutNeverMixed)
+{
+  // A layout that places the eyes gives each pixel its own eye's unit direction; an anaglyph,
+  // which mixes, is refused before anything is written.
+  const std::string scene = Write("s.json", R"({"format": "orlixcam-scene/1", "render": {"width": 32, "height": 16,
+    "stereo": true, "videoPosts": [{"type": "OrlixCam", "params": {"ORLIXVP_ANAGLYPH_GAMMA": 2.2}}]},
+    "objects": [{"type": "camera", "name": "Lens", "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_LENS": 0}}]}]})");
+  for (const int mode : {0, 1, 2, 3})
+  {
+    SCOPED_TRACE("stereo mode " + std::to_string(mode));
+    const fs::path exr = dir / ("m" + std::to_string(mode) + ".exr");
+    const Outcome r = Orlixcam("render " + scene + " -o " + exr.string() + " --samples 1 --pass direction --set ORLIXVP_STEREO_MODE=" +
+                               std::to_string(mode));
+    if (mode == 0)
+    {
+      EXPECT_EQ(r.code, 2);
+      EXPECT_NE(r.err.find("mixing them pixel by pixel"), std::string::npos) << r.err;
+      EXPECT_FALSE(fs::exists(exr));
+      continue;
+    }
+    ASSERT_EQ(r.code, 0) << r.err;
+    const OIIO::ImageBuf p = Load(exr);
+    int unit = 0;
+    for (int y = 0; y < 16; ++y)
+      for (int x = 0; x < 32; ++x)
+      {
+        float d[3];
+        p.getpixel(x, y, d, 3);
+        unit += std::fabs(std::sqrt(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]) - 1.0f) < 1e-4f;
+      }
+    EXPECT_EQ(unit, 32 * 16);
+  }
+}

@@ -1,6 +1,7 @@
 // Image buffers, render bitmaps and the running render.
 #include "render/render_buffers.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -105,5 +106,100 @@ void RenderBitmap::CopyRows(const ImageBuffer& buffer, Int32 y0, Int32 y1)
 VPBuffer* RunningRender::GetBuffer(Int32 id, Int32 /*subid*/)
 {
   return id == VPBUFFER_RGBA ? image : nullptr;
+}
+
+namespace
+{
+// Marker pictures: image k's pixel (x, y) holds (k + 1, (k + 1) b + x + 1/4, (k + 1) b + y + 1/2) with
+// b above both sides, so a pixel picked whole decodes to one image and place, and a mix, or
+// channels picked from different images, decodes to none. Exact in 32-bit floats below 2^24.
+struct Marker
+{
+  Float32 base;
+  void Encode(Float32* px, Int32 k, Int32 x, Int32 y) const
+  {
+    px[0] = static_cast<Float32>(k + 1);
+    px[1] = static_cast<Float32>(k + 1) * base + static_cast<Float32>(x) + 0.25f;
+    px[2] = static_cast<Float32>(k + 1) * base + static_cast<Float32>(y) + 0.5f;
+  }
+  Bool Decode(const Float32* px, Int32 count, Int32 w, Int32 h, Int32& k, Int32& x, Int32& y) const
+  {
+    k = static_cast<Int32>(px[0]) - 1;
+    if (static_cast<Float32>(k + 1) != px[0] || k < 0 || k >= count)
+      return false;
+    const Float32 fx = px[1] - static_cast<Float32>(k + 1) * base - 0.25f;
+    const Float32 fy = px[2] - static_cast<Float32>(k + 1) * base - 0.5f;
+    x = static_cast<Int32>(fx), y = static_cast<Int32>(fy);
+    return fx == static_cast<Float32>(x) && fy == static_cast<Float32>(y) && x >= 0 && x < w && y >= 0 && y < h;
+  }
+};
+
+struct FreeRenderBitmap
+{
+  void operator()(RenderBitmap* b) const
+  {
+    BaseBitmap* base = b;
+    BaseBitmap::Free(base);
+  }
+};
+} // namespace
+
+MergeKind LearnMerge(VideoPostData* data, BaseVideoPost* node, Int32 count, Int32 w, Int32 h, Int32 frameW,
+                     Int32 frameH, PassSelection& selection)
+{
+  const Marker marker{static_cast<Float32>(std::max(w, h) + 1)};
+  std::vector<std::unique_ptr<RenderBitmap, FreeRenderBitmap>> markers;
+  std::vector<const BaseBitmap*> sources;
+  for (Int32 k = 0; k < count; ++k)
+  {
+    markers.emplace_back(RenderBitmap::Alloc());
+    if (!markers.back() || !markers.back()->Init(w, h, k == 0))
+      return MergeKind::Declines;
+    for (Int32 y = 0; y < h; ++y)
+      for (Int32 x = 0; x < w; ++x)
+      {
+        marker.Encode(markers.back()->Colours(x, y), k, x, y);
+        markers.back()->SetAlphaAt(x, y, 1.0f);
+      }
+    sources.push_back(markers.back().get());
+  }
+  std::unique_ptr<RenderBitmap, FreeRenderBitmap> frame(RenderBitmap::Alloc());
+  if (!frame || !frame->Init(frameW, frameH, true) || !data->StereoMergeImages(node, frame.get(), sources.data(), count))
+    return MergeKind::Declines;
+
+  selection.width = frameW, selection.height = frameH;
+  const size_t n = static_cast<size_t>(frameW) * static_cast<size_t>(frameH);
+  selection.image.assign(n, -1), selection.x.assign(n, 0), selection.y.assign(n, 0);
+  for (Int32 y = 0; y < frameH; ++y)
+    for (Int32 x = 0; x < frameW; ++x)
+    {
+      const Float32* px = frame->Colours(x, y);
+      const size_t i = static_cast<size_t>(y) * static_cast<size_t>(frameW) + static_cast<size_t>(x);
+      if (px[0] == 0.0f && px[1] == 0.0f && px[2] == 0.0f)
+        continue;
+      if (!marker.Decode(px, count, w, h, selection.image[i], selection.x[i], selection.y[i]))
+        return MergeKind::Mixes;
+    }
+  return MergeKind::Selects;
+}
+
+void ApplySelection(const PassSelection& selection, const std::vector<const RenderBitmap*>& images, RenderBitmap& frame)
+{
+  for (Int32 y = 0; y < selection.height; ++y)
+    for (Int32 x = 0; x < selection.width; ++x)
+    {
+      const size_t i = static_cast<size_t>(y) * static_cast<size_t>(selection.width) + static_cast<size_t>(x);
+      Float32* out = frame.Colours(x, y);
+      const Int32 k = selection.image[i];
+      if (k < 0)
+      {
+        out[0] = out[1] = out[2] = 0.0f;
+        frame.SetAlphaAt(x, y, 0.0f);
+        continue;
+      }
+      const Float32* in = images[static_cast<size_t>(k)]->Colours(selection.x[i], selection.y[i]);
+      out[0] = in[0], out[1] = in[1], out[2] = in[2];
+      frame.SetAlphaAt(x, y, images[static_cast<size_t>(k)]->AlphaAt(selection.x[i], selection.y[i]));
+    }
 }
 } // namespace host::render

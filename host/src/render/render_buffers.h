@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "c4d.h"
 
@@ -46,9 +47,43 @@ public:
   /// The same for rows y0 up to y1; rows of different threads may be copied side by side.
   void CopyRows(const ImageBuffer& buffer, Int32 y0, Int32 y1);
 
+  /// The three float colours of pixel (x, y).
+  Float32* Colours(Int32 x, Int32 y) { return &rgb[(static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3u]; }
+  const Float32* Colours(Int32 x, Int32 y) const { return const_cast<RenderBitmap*>(this)->Colours(x, y); }
+  /// The alpha of pixel (x, y), 1 without a channel.
+  Float32 AlphaAt(Int32 x, Int32 y) const { return hasAlpha ? alpha[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)] : 1.0f; }
+  void SetAlphaAt(Int32 x, Int32 y, Float32 a)
+  {
+    if (hasAlpha)
+      alpha[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)] = a;
+  }
+
 private:
   RenderBitmap() = default;
 };
+
+/// Where each pixel of a merged frame comes from: its image and place, or nowhere (-1).
+struct PassSelection
+{
+  Int32 width = 0, height = 0;
+  std::vector<Int32> image, x, y;
+};
+
+enum class MergeKind
+{
+  Selects,  ///< every pixel of the frame is one pixel of one image, or black
+  Declines, ///< the video post merges nothing: the frame is the first image
+  Mixes,    ///< pixels are made from several (an anaglyph)
+};
+
+/// Runs the video post's merge once on pictures whose pixels name their image and place, to learn
+/// how it lays a frame out, so that a data pass (directions) can be laid out the same way without
+/// the merge's arithmetic. The images are `count` of `w` x `h`; the frame is `frameW` x `frameH`.
+MergeKind LearnMerge(VideoPostData* data, BaseVideoPost* node, Int32 count, Int32 w, Int32 h, Int32 frameW,
+                     Int32 frameH, PassSelection& selection);
+
+/// A data pass's frame laid out by `selection` from `images`: each pixel a copy, never a mix.
+void ApplySelection(const PassSelection& selection, const std::vector<const RenderBitmap*>& images, RenderBitmap& frame);
 
 /// The running render: its own copy of the settings, and the image in flight.
 class RunningRender final : public Render

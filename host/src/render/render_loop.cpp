@@ -67,7 +67,8 @@ public:
   {
   }
 
-  /// Whether the render stopped at its input, before any video post ran.
+  /// Whether the render stopped at its input: before any video post ran, or at a request the
+  /// frame can't meet (a data pass through a merge that mixes).
   Bool inputRejected = false;
 
   Bool Run(BitmapPtr* firstFrame);
@@ -77,6 +78,8 @@ private:
   Bool AfterStart() override;
   Bool InsideSequence(size_t& framesBegun) override;
   Bool RenderFrame(size_t frameIndex);
+  /// A data pass is laid out as the video post lays out its frame, never mixed: learned once.
+  Bool LearnPassMerge();
   /// Hands the frame's picture on: to frameDone, and the first frame to the caller.
   Bool FrameDone(size_t frameIndex, BitmapHolder* picture);
   Bool SetupCamera(Int32 image);
@@ -97,6 +100,9 @@ private:
   std::vector<BitmapHolder> images; ///< a merge's images, the first with alpha
   BitmapHolder merged;
   render::TileTracer tracer;
+  Bool passMergeLearned = false;
+  render::MergeKind passMerge = render::MergeKind::Declines;
+  render::PassSelection passSelection;
 
   // Progress, touched only on the calling thread.
   std::thread::id caller;
@@ -190,6 +196,8 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
     return false;
   if (frameIndex > 0 && !scene.Build(doc, pictures, error))
     return false;
+  if (merging && options.directionPass && !passMergeLearned && !LearnPassMerge())
+    return false;
 
   for (Int32 i = 0; i < imageCount; ++i)
   {
@@ -210,12 +218,36 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
   if (merging)
   {
     std::vector<const BaseBitmap*> sources;
+    std::vector<const RenderBitmap*> passImages;
     for (const auto& bmp : images)
-      sources.push_back(bmp.get());
-    if (lens->data->StereoMergeImages(lens->node, merged.get(), sources.data(), imageCount))
+      sources.push_back(bmp.get()), passImages.push_back(bmp.get());
+    if (options.directionPass)
+    {
+      if (passMerge == render::MergeKind::Selects)
+      {
+        render::ApplySelection(passSelection, passImages, *merged);
+        picture = &merged;
+      }
+    }
+    else if (lens->data->StereoMergeImages(lens->node, merged.get(), sources.data(), imageCount))
       picture = &merged;
   }
   return FrameDone(frameIndex, picture);
+}
+
+Bool RenderLoop::LearnPassMerge()
+{
+  passMergeLearned = true;
+  passMerge = render::LearnMerge(lens->data, lens->node, imageCount, width, height, merged->GetBw(), merged->GetBh(),
+                                 passSelection);
+  if (passMerge != render::MergeKind::Mixes)
+    return true;
+  inputRejected = true;
+  return Fail(String("the direction pass can't be made of this frame: the video post merges its " +
+                     std::to_string(imageCount) +
+                     " images by mixing them pixel by pixel (as an anaglyph does), and directions are data that "
+                     "don't mix; render the pass with a layout that places each image (side by side, one above "
+                     "the other, interlaced or one image)"));
 }
 
 Bool RenderLoop::FrameDone(size_t frameIndex, BitmapHolder* picture)
