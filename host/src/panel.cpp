@@ -77,12 +77,6 @@ Bool EvaluatePanel(BaseList2D* node, Panel& panel, String* error)
   return true;
 }
 
-Bool PanelParameterId(BaseList2D* node, const std::string& symbol, Int32* id)
-{
-  const DescriptionResource* resource = scene::DescriptionOf(node->GetType());
-  return resource && scene::FindEntry(*resource, symbol, id);
-}
-
 Bool UserEdit(BaseList2D* node, Int32 id, const GeData& value)
 {
   const Bool ok = node->SetParameter(DescID(id), value, DESCFLAGS_SET_USERINTERACTION);

@@ -36,9 +36,6 @@ struct Panel
 /// description or its plug-in fails to give one.
 Bool EvaluatePanel(BaseList2D* node, Panel& panel, String* error);
 
-/// The id of a parameter symbol of `node`'s description, or of a number; false if it has none.
-Bool PanelParameterId(BaseList2D* node, const std::string& symbol, Int32* id);
-
 /// A user's edit in the panel: SetParameter as a user's interaction (which sends message 19),
 /// then the expression pass of the node's document.
 Bool UserEdit(BaseList2D* node, Int32 id, const GeData& value);
