@@ -186,8 +186,8 @@ TEST_F(Cli, EveryExampleSceneRenders)
     EXPECT_EQ(r.code, 0) << entry.path() << "\n" << r.err;
     EXPECT_EQ(Read(entry.path()), before) << entry.path() << " was changed by rendering it";
     const OIIO::ImageBuf p = Load(out);
-    ASSERT_EQ(p.spec().width, 96) << entry.path();
-    ASSERT_EQ(p.spec().height, 48) << entry.path();
+    ASSERT_EQ(p.roi().width(), 96) << entry.path();
+    ASSERT_EQ(p.roi().height(), 48) << entry.path();
     // Sky and geometry make a picture with contrast; a blank frame means nothing was shot.
     const OIIO::ImageBufAlgo::PixelStats s = OIIO::ImageBufAlgo::computePixelStats(p);
     EXPECT_GT(*std::max_element(s.max.begin(), s.max.end()) - *std::min_element(s.min.begin(), s.min.end()), 0.3f)
@@ -205,8 +205,8 @@ TEST_F(Cli, FramesAreNumberedAndSetChangesTheRender)
   EXPECT_EQ(Files(), (std::set<std::string>{"f_0002.png", "f_0003.png", "f_0004.png", "s.json"}))
     << "one file a frame, numbered, and no temporary file left";
   const OIIO::ImageBuf p = Load(dir / "f_0003.png");
-  EXPECT_EQ(p.spec().width, 20);
-  EXPECT_EQ(p.spec().height, 10);
+  EXPECT_EQ(p.roi().width(), 20);
+  EXPECT_EQ(p.roi().height(), 10);
   ASSERT_EQ(p.nchannels(), 3);
   // A panorama's top row looks up into the blue, its bottom row down into the red.
   EXPECT_GT(p.getchannel(10, 0, 0, 2), 0.9f);
@@ -224,7 +224,7 @@ TEST_F(Cli, DirectionPassWritesEachPixelsDirection)
                              exr.string() + " --pass direction");
   ASSERT_EQ(r.code, 0) << r.err;
   const OIIO::ImageBuf p = Load(exr);
-  ASSERT_EQ(p.spec().width, 41);
+  ASSERT_EQ(p.roi().width(), 41);
   ASSERT_GE(p.nchannels(), 3);
   const struct
   {
