@@ -36,6 +36,11 @@ std::string TypeName(Int32 type);
 BaseDocument* OpenScene(const std::string& file);
 /// The first tag of `type` under `op`, depth first.
 BaseTag* FirstTag(BaseObject* op, Int32 type);
+/// The node of plug-in `entry` that the user edits: its tag on the camera the render looks through
+/// (`camera` is asked for only for a tag), else the document's first such tag; its video post in
+/// the active render settings. Null if the scene has none, which MissingNode then says.
+BaseList2D* NodeOfType(BaseDocument* doc, const host::PluginEntry& entry, const std::function<BaseObject*()>& camera);
+std::string MissingNode(const host::PluginEntry& entry);
 /// The start of a render of `doc` as `options` would run it, without a pixel traced.
 host::RenderPlan Plan(BaseDocument* doc, const host::RenderOptions& options, String* error);
 /// SYMBOL=VALUE as a user's edit of a render setting, or of the node of the plug-in whose

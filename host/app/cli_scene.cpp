@@ -78,15 +78,12 @@ BaseTag* FirstTag(BaseObject* op, Int32 type)
   return nullptr;
 }
 
-namespace
-{
-/// The node that a parameter of plug-in `entry` is set on: a tag on the camera the render looks
-/// through, else the document's first such tag; a video post of the active render settings.
-BaseList2D* NodeOfType(BaseDocument* doc, const host::PluginEntry& entry, BaseObject* camera)
+BaseList2D* NodeOfType(BaseDocument* doc, const host::PluginEntry& entry, const std::function<BaseObject*()>& camera)
 {
   if (entry.kind == host::PluginEntry::Kind::Tag)
   {
-    BaseTag* onCamera = camera ? camera->GetTag(entry.id) : nullptr;
+    BaseObject* lensCamera = camera();
+    BaseTag* onCamera = lensCamera ? lensCamera->GetTag(entry.id) : nullptr;
     return onCamera ? onCamera : FirstTag(doc->GetFirstObject(), entry.id);
   }
   if (entry.kind == host::PluginEntry::Kind::VideoPost)
@@ -96,7 +93,12 @@ BaseList2D* NodeOfType(BaseDocument* doc, const host::PluginEntry& entry, BaseOb
   return nullptr;
 }
 
-} // namespace
+std::string MissingNode(const host::PluginEntry& entry)
+{
+  return entry.kind == host::PluginEntry::Kind::Tag
+           ? "the scene has no " + TypeName(entry.id) + " tag"
+           : "the scene's render settings have no " + TypeName(entry.id) + " video post";
+}
 
 /// The start of a render of `doc` as `options` would run it, without a pixel traced. What the
 /// plug-ins print meanwhile stays off the terminal: it belongs to a render, and this is none.
@@ -181,8 +183,7 @@ void ApplySet(BaseDocument* doc, const std::string& assignment, const std::funct
                " (a parameter of a tag or a video post, see `orlixcam params`, or width, height, fps, stereo, alpha)"};
   for (const host::PluginEntry* owner : owners)
   {
-    BaseList2D* node =
-      NodeOfType(doc, *owner, owner->kind == host::PluginEntry::Kind::Tag ? camera() : nullptr);
+    BaseList2D* node = NodeOfType(doc, *owner, camera);
     if (!node)
       continue;
     Int32 id = 0;
@@ -194,12 +195,7 @@ void ApplySet(BaseDocument* doc, const std::string& assignment, const std::funct
     host::UserEdit(node, id, data);
     return;
   }
-  const host::PluginEntry& owner = *owners.front();
-  throw Stop{"--set " + assignment + ": " +
-             (owner.kind == host::PluginEntry::Kind::Tag
-                ? "the scene has no " + TypeName(owner.id) + " tag"
-                : "the scene's render settings have no " + TypeName(owner.id) + " video post") +
-             ", the node with parameter " + symbol};
+  throw Stop{"--set " + assignment + ": " + MissingNode(*owners.front()) + ", the node with parameter " + symbol};
 }
 
 } // namespace cli

@@ -13,29 +13,17 @@ namespace cli
 {
 namespace
 {
-/// The node the panel shows: the first registered plug-in of the kind, its tag on the render
-/// camera (else the document's first), or its video post in the active render settings.
-BaseList2D* PanelNode(BaseDocument* doc, const std::string& kind)
+/// The node the panel shows: that of the first registered plug-in of the kind with a description.
+BaseList2D* PanelNode(BaseDocument* doc, const std::string& kind, const std::function<BaseObject*()>& camera)
 {
   const auto want = kind == "tag" ? host::PluginEntry::Kind::Tag : host::PluginEntry::Kind::VideoPost;
   for (const host::PluginEntry& e : host::App().plugins.All())
   {
     if (e.kind != want || !e.description.IsPopulated())
       continue;
-    if (want == host::PluginEntry::Kind::Tag)
-    {
-      BaseObject* camera = Plan(doc, host::RenderOptions(), nullptr).camera;
-      BaseTag* tag = camera ? camera->GetTag(e.id) : nullptr;
-      if (!tag)
-        tag = FirstTag(doc->GetFirstObject(), e.id);
-      if (!tag)
-        throw Stop{"the scene has no " + TypeName(e.id) + " tag"};
-      return tag;
-    }
-    for (BaseVideoPost* vp = doc->GetActiveRenderData()->GetFirstVideoPost(); vp; vp = vp->GetNext())
-      if (vp->GetType() == e.id)
-        return vp;
-    throw Stop{"the scene's render settings have no " + TypeName(e.id) + " video post"};
+    if (BaseList2D* node = NodeOfType(doc, e, camera))
+      return node;
+    throw Stop{MissingNode(e)};
   }
   throw Stop{"the plug-in registered no " + std::string(kind == "tag" ? "tag" : "video post") + " with a panel"};
 }
@@ -131,15 +119,14 @@ int PanelCommand(const PanelArgs& args, const std::string& plugins)
   LoadPlugin(module, plugins);
   BaseDocument* doc = OpenScene(args.scene);
   host::App().ui.defaultAnswer = args.answer == "yes" ? GEMB_R_YES : GEMB_R_NO;
-  BaseList2D* node = PanelNode(doc, args.node);
-  host::ExecuteExpressions(doc);
-
   std::optional<host::RenderPlan> plan;
-  const auto camera = [&] {
+  const std::function<BaseObject*()> camera = [&] {
     if (!plan)
       plan = Plan(doc, host::RenderOptions(), nullptr);
     return plan->camera;
   };
+  BaseList2D* node = PanelNode(doc, args.node, camera);
+  host::ExecuteExpressions(doc);
   for (const std::string& s : args.sets)
     ApplySet(doc, s, camera);
   for (const std::string& symbol : args.presses)

@@ -29,6 +29,9 @@ public:
   /// A null `doc` means the tag's document, else the active one.
   BaseVideoPost* FindOrAddVideoPost(BaseDocument* doc, Bool create);
 
+  /// Whether `vp` is there and not switched off in the render settings.
+  static Bool VideoPostEnabled(const BaseVideoPost* vp) { return vp && !(vp->GetAllBits() & BIT_VPDISABLED); }
+
   /// The render settings' stereo switch (8000) of `node`'s document; null means this tag.
   Bool IsStereoRender(GeListNode* node = nullptr);
 

@@ -19,11 +19,6 @@ constexpr Int32 kEditRenderSettings = 12161;
 constexpr Int32 kCreateCubemap = 1036110;
 constexpr Int32 kCreateLittlePlanet = 1036687;
 
-Bool VideoPostEnabled(const BaseVideoPost* vp)
-{
-  return vp && !(vp->GetAllBits() & BIT_VPDISABLED);
-}
-
 // The latitude rule: the edge just typed gives way to one degree from the other edge.
 void KeepLatitudesApart(BaseContainer* bc, Int32 edited)
 {
@@ -40,14 +35,11 @@ void KeepProtection(BaseObject* camera, const BaseContainer* bc)
 {
   if (!camera)
     return;
-  BaseTag* protection = camera->GetTag(Tprotection);
-  if (bc->GetBool(ORLIXTAG_PROTECT_CAMERA) && !protection)
+  const Bool protectedNow = camera->GetTag(Tprotection) != nullptr;
+  if (bc->GetBool(ORLIXTAG_PROTECT_CAMERA) && !protectedNow)
     camera->InsertTag(BaseTag::Alloc(Tprotection), nullptr);
-  else if (!bc->GetBool(ORLIXTAG_PROTECT_CAMERA) && protection)
-  {
-    protection->Remove();
-    BaseTag::Free(protection);
-  }
+  else if (!bc->GetBool(ORLIXTAG_PROTECT_CAMERA) && protectedNow)
+    camera->KillTag(Tprotection);
 }
 
 void ReactToCreatedBy(BaseObject* camera, const BaseContainer* bc, BaseContainer* vpData)

@@ -27,11 +27,6 @@ Bool StereoRow(Int32 id)
   }
 }
 
-Bool VideoPostEnabled(const BaseVideoPost* vp)
-{
-  return vp && !(vp->GetAllBits() & BIT_VPDISABLED);
-}
-
 void SetIfDiffers(BaseContainer* bc, Int32 id, Float value)
 {
   if (bc && bc->GetFloat(id) != value)
