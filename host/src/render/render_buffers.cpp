@@ -133,38 +133,28 @@ struct Marker
     return fx == static_cast<Float32>(x) && fy == static_cast<Float32>(y) && x >= 0 && x < w && y >= 0 && y < h;
   }
 };
-
-struct FreeRenderBitmap
-{
-  void operator()(RenderBitmap* b) const
-  {
-    BaseBitmap* base = b;
-    BaseBitmap::Free(base);
-  }
-};
 } // namespace
 
-MergeKind LearnMerge(VideoPostData* data, BaseVideoPost* node, Int32 count, Int32 w, Int32 h, Int32 frameW,
-                     Int32 frameH, PassSelection& selection)
+MergeKind LearnMerge(VideoPostData* data, BaseVideoPost* node, const std::vector<RenderBitmap*>& images,
+                     RenderBitmap& frame, PassSelection& selection)
 {
+  const Int32 count = static_cast<Int32>(images.size());
+  const Int32 w = images.front()->GetBw(), h = images.front()->GetBh();
+  const Int32 frameW = frame.GetBw(), frameH = frame.GetBh();
   const Marker marker{static_cast<Float32>(std::max(w, h) + 1)};
-  std::vector<std::unique_ptr<RenderBitmap, FreeRenderBitmap>> markers;
   std::vector<const BaseBitmap*> sources;
   for (Int32 k = 0; k < count; ++k)
   {
-    markers.emplace_back(RenderBitmap::Alloc());
-    if (!markers.back() || !markers.back()->Init(w, h, k == 0))
-      return MergeKind::Declines;
+    RenderBitmap* picture = images[static_cast<size_t>(k)];
     for (Int32 y = 0; y < h; ++y)
       for (Int32 x = 0; x < w; ++x)
       {
-        marker.Encode(markers.back()->Colours(x, y), k, x, y);
-        markers.back()->SetAlphaAt(x, y, 1.0f);
+        marker.Encode(picture->Colours(x, y), k, x, y);
+        picture->SetAlphaAt(x, y, 1.0f);
       }
-    sources.push_back(markers.back().get());
+    sources.push_back(picture);
   }
-  std::unique_ptr<RenderBitmap, FreeRenderBitmap> frame(RenderBitmap::Alloc());
-  if (!frame || !frame->Init(frameW, frameH, true) || !data->StereoMergeImages(node, frame.get(), sources.data(), count))
+  if (!data->StereoMergeImages(node, &frame, sources.data(), count))
     return MergeKind::Declines;
 
   selection.width = frameW, selection.height = frameH;
@@ -173,7 +163,7 @@ MergeKind LearnMerge(VideoPostData* data, BaseVideoPost* node, Int32 count, Int3
   for (Int32 y = 0; y < frameH; ++y)
     for (Int32 x = 0; x < frameW; ++x)
     {
-      const Float32* px = frame->Colours(x, y);
+      const Float32* px = frame.Colours(x, y);
       const size_t i = static_cast<size_t>(y) * static_cast<size_t>(frameW) + static_cast<size_t>(x);
       if (px[0] == 0.0f && px[1] == 0.0f && px[2] == 0.0f)
         continue;

@@ -78,9 +78,10 @@ enum class MergeKind
 
 /// Runs the video post's merge once on pictures whose pixels name their image and place, to learn
 /// how it lays a frame out, so that a data pass (directions) can be laid out the same way without
-/// the merge's arithmetic. The images are `count` of `w` x `h`; the frame is `frameW` x `frameH`.
-MergeKind LearnMerge(VideoPostData* data, BaseVideoPost* node, Int32 count, Int32 w, Int32 h, Int32 frameW,
-                     Int32 frameH, PassSelection& selection);
+/// the merge's arithmetic. The marker pictures are written into `images` and merged into `frame`:
+/// the render's own bitmaps, before anything is traced into them.
+MergeKind LearnMerge(VideoPostData* data, BaseVideoPost* node, const std::vector<RenderBitmap*>& images,
+                     RenderBitmap& frame, PassSelection& selection);
 
 /// A data pass's frame laid out by `selection` from `images`: each pixel a copy, never a mix.
 void ApplySelection(const PassSelection& selection, const std::vector<const RenderBitmap*>& images, RenderBitmap& frame);

@@ -238,8 +238,10 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
 Bool RenderLoop::LearnPassMerge()
 {
   passMergeLearned = true;
-  passMerge = render::LearnMerge(lens->data, lens->node, imageCount, width, height, merged->GetBw(), merged->GetBh(),
-                                 passSelection);
+  std::vector<RenderBitmap*> scratch;
+  for (const auto& bmp : images)
+    scratch.push_back(bmp.get());
+  passMerge = render::LearnMerge(lens->data, lens->node, scratch, *merged, passSelection);
   if (passMerge != render::MergeKind::Mixes)
     return true;
   inputRejected = true;
