@@ -38,8 +38,10 @@ void LoadPlugin(host::PluginModule& module, const std::string& folderOption)
                  (folderOption.empty() ? " (give the plug-in folder with --plugins DIR)" : ""),
                kBadInput};
   String error;
+  // A module that can't be loaded or started is a bad plug-in folder (exit 2); one whose
+  // registrations stopped half way stays loaded and has failed at its work (exit 1).
   if (!module.Load(Filename(fs::absolute(file).string().c_str()), &error))
-    throw Stop{error.GetStdString(), kFailed};
+    throw Stop{error.GetStdString(), module.IsLoaded() ? kFailed : kBadInput};
 }
 
 /// A node type by the name scene files give it: its description's, else its plug-in's, else its id.

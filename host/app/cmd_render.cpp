@@ -3,11 +3,14 @@
 
 #include <unistd.h>
 
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 
 #include "bitmap_io.h"
+#include "render/render_limits.h"
 #include "c4d_objects.h"
 
 namespace fs = std::filesystem;
@@ -16,21 +19,43 @@ namespace cli
 {
 namespace
 {
+/// Where the run of '#' that numbers frames starts: in the file name only, never in a folder.
+std::string::size_type FrameMark(const std::string& out)
+{
+  const std::string::size_type slash = out.rfind('/');
+  return out.find('#', slash == std::string::npos ? 0 : slash + 1);
+}
+
 /// OUT with its run of '#' replaced by the frame number, zero-padded to the run's length.
 std::string FramePath(const std::string& out, Int32 frame)
 {
-  const std::string::size_type at = out.find('#');
+  const std::string::size_type at = FrameMark(out);
   if (at == std::string::npos)
     return out;
   std::string::size_type end = at;
   while (end < out.size() && out[end] == '#')
     ++end;
-  std::string number = std::to_string(std::abs(frame));
+  // In 64 bits: the magnitude of the lowest Int32 has no Int32.
+  std::string number = std::to_string(std::llabs(static_cast<long long>(frame)));
   while (number.size() < end - at)
     number.insert(number.begin(), '0');
   if (frame < 0)
     number.insert(number.begin(), '-');
   return out.substr(0, at) + number + out.substr(end);
+}
+
+/// A picture path the render can end in: not a folder, a name the file system takes.
+void CheckOutputPath(const std::string& path)
+{
+  const fs::path p(path);
+  if (p.filename().string().size() > NAME_MAX)
+    throw Stop{"-o " + path + ": the file name is " + std::to_string(p.filename().string().size()) +
+               " bytes long; at most " + std::to_string(NAME_MAX)};
+  if (path.size() >= PATH_MAX)
+    throw Stop{"-o " + path + ": the path is longer than " + std::to_string(PATH_MAX - 1) + " bytes"};
+  std::error_code ec;
+  if (fs::is_directory(p, ec))
+    throw Stop{"-o " + path + ": is a folder; give a file name such as " + (p / "frame.png").string()};
 }
 
 void ParseFrames(const std::string& text, Int32& first, Int32& last)
@@ -71,16 +96,22 @@ bool CheckRenderArgs(const RenderArgs& args, Int32& first, Int32& last)
     throw Stop{"-o " + args.out + ": unknown picture format (use .png, .tif or .exr)"};
   if (directionPass && !holdsFloat)
     throw Stop{"-o " + args.out + ": the direction pass is written as 32-bit float: use .exr or .tif"};
-  const fs::path outFolder = fs::absolute(fs::path(args.out)).parent_path();
-  if (!fs::is_directory(outFolder))
+  std::error_code ec;
+  const fs::path outFolder = fs::absolute(fs::path(args.out), ec).parent_path();
+  if (!fs::is_directory(outFolder, ec))
     throw Stop{"-o " + args.out + ": folder " + outFolder.string() + " does not exist"};
   if (access(outFolder.c_str(), W_OK) != 0)
     throw Stop{"-o " + args.out + ": folder " + outFolder.string() + " cannot be written"};
   if (args.frames.empty())
+  {
+    CheckOutputPath(args.out);
     return false;
+  }
   ParseFrames(args.frames, first, last);
-  if (last > first && args.out.find('#') == std::string::npos)
-    throw Stop{"--frames " + args.frames + ": several frames need #### in -o to number them"};
+  if (last > first && FrameMark(args.out) == std::string::npos)
+    throw Stop{"--frames " + args.frames + ": several frames need #### in -o's file name to number them"};
+  CheckOutputPath(FramePath(args.out, first));
+  CheckOutputPath(FramePath(args.out, last));
   return true;
 }
 
@@ -119,6 +150,11 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   };
   for (const std::string& s : args.sets)
     ApplySet(doc, s, camera);
+  // Options and --set keep to the size rule of scene files.
+  const std::string sizeProblem =
+    host::render::FrameSizeProblem(rd->GetInt32(RDATA_XRES), rd->GetInt32(RDATA_YRES));
+  if (!sizeProblem.empty())
+    throw Stop{args.scene + ": " + sizeProblem};
 
   const bool terminal = isatty(STDERR_FILENO);
   if (terminal)

@@ -1,5 +1,6 @@
 // orlixcam: the command-line host. Loads the lens plug-in through its entry point, opens scene
 // files, renders them to pictures on disk and shows the attribute panels.
+#include "pending_file.h"
 #include <CLI/CLI.hpp>
 
 #include <iostream>
@@ -105,11 +106,18 @@ int Run(int argc, char** argv)
     std::cerr << "orlixcam: " << stop.message << "\n";
     return stop.code;
   }
+  catch (const std::exception& e)
+  {
+    // Whatever the commands didn't foresee still ends with a message, not an abort.
+    std::cerr << "orlixcam: " << e.what() << "\n";
+    return kFailed;
+  }
 }
 } // namespace
 
 int main(int argc, char** argv)
 {
+  host::RemovePendingFilesOnSignals();
   const int code = Run(argc, argv);
   host::JoinRenderThreads();
   return code;

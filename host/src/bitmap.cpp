@@ -11,6 +11,7 @@
 #include <type_traits>
 #include <sys/stat.h>
 
+#include "render/render_limits.h"
 #include "c4d_bitmap.h"
 
 const std::array<Float32, 256> BaseBitmap::kByteValue = [] {
@@ -95,6 +96,12 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
       format.height > std::numeric_limits<Int32>::max())
     return IMAGERESULT_WRONGTYPE;
   if (!SizeFits(format.width, format.height, channels) || !SizeFits(format.width, format.height, 4))
+    return IMAGERESULT_OUTOFMEMORY;
+  // The size a file claims is checked before anything is decoded: a few bytes of PNG can claim
+  // gigabytes. Decoding takes the file's values and then our own copy of them.
+  const double pixels = static_cast<double>(format.width) * static_cast<double>(format.height);
+  const double bytes = pixels * channels * (format.format.size() + (format.format == OIIO::TypeDesc::UINT8 ? 1.0 : 4.0));
+  if (pixels > static_cast<double>(host::render::kMaxFramePixels) || bytes > host::render::AvailableMemory())
     return IMAGERESULT_OUTOFMEMORY;
 
   const Bool eightBit = format.format == OIIO::TypeDesc::UINT8;

@@ -1,6 +1,8 @@
 // Writing pictures to disk through OpenImageIO, by way of a temporary file and a rename.
 #include "bitmap_io.h"
 
+#include "pending_file.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -10,8 +12,7 @@
 #include <type_traits>
 #include <vector>
 
-#include <unistd.h>
-
+#include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>
 #include <tbb/blocked_range.h>
 #include <tbb/parallel_for.h>
@@ -38,6 +39,37 @@ void ConvertRow(const float* argb, Int32 w, int channels, T* out, float scale)
         out[c] = static_cast<T>(std::lround((v > 0.0f ? (v < 1.0f ? v : 1.0f) : 0.0f) * scale));
     }
 }
+
+/// The encoder's bytes go through this into the pending file, so that every write is checked:
+/// some encoders don't look at what their writes return.
+class PendingProxy final : public OIIO::Filesystem::IOProxy
+{
+public:
+  PendingProxy(const std::string& name, PendingFile& file) : IOProxy(name, Write), file(file) {}
+  const char* proxytype() const override { return "pending"; }
+  size_t write(const void* buf, size_t count) override
+  {
+    if (!file.WriteAt(buf, count, m_pos))
+      return 0;
+    m_pos += static_cast<int64_t>(count);
+    return count;
+  }
+  size_t pwrite(const void* buf, size_t count, int64_t offset) override
+  {
+    return file.WriteAt(buf, count, offset) ? count : 0;
+  }
+  size_t read(void* buf, size_t count) override
+  {
+    const size_t n = file.ReadAt(buf, count, m_pos);
+    m_pos += static_cast<int64_t>(n);
+    return n;
+  }
+  size_t pread(void* buf, size_t count, int64_t offset) override { return file.ReadAt(buf, count, offset); }
+  size_t size() const override { return static_cast<size_t>(file.Size()); }
+
+private:
+  PendingFile& file;
+};
 
 std::string Extension(const std::string& path)
 {
@@ -141,11 +173,14 @@ Bool SaveBitmap(const BaseBitmap& bmp, const std::string& path, Bool floatData, 
     return false;
   }
   const int channels = bmp.HasAlpha() ? 4 : 3;
-  // The temporary file keeps the extension: it tells OpenImageIO the format.
-  const std::filesystem::path target(path);
-  const std::filesystem::path temp =
-    target.parent_path() / ("." + target.stem().string() + ".part" + std::to_string(getpid()) + target.extension().string());
-  auto out = OIIO::ImageOutput::create(temp.string());
+  PendingFile file;
+  if (!file.Open(path))
+  {
+    err = path + ": " + file.Problem();
+    return false;
+  }
+  PendingProxy proxy(path, file);
+  auto out = OIIO::ImageOutput::create(path);
   if (!out)
   {
     err = path + ": " + OIIO::geterror();
@@ -160,26 +195,18 @@ Bool SaveBitmap(const BaseBitmap& bmp, const std::string& path, Bool floatData, 
   // the bytes for three times the time at dome-master sizes.
   if (ext == ".png")
     format.attribute("png:compressionLevel", kPngLevel);
-  if (!out->open(temp.string(), format))
+  out->set_ioproxy(&proxy);
+  if (!out->open(path, format))
   {
-    err = path + ": cannot write: " + out->geterror();
-    std::remove(temp.string().c_str());
+    err = path + ": cannot write: " + (file.Problem().empty() ? out->geterror() : file.Problem());
     return false;
   }
   const Bool written = WriteRows(bmp, *out, type, channels, threads);
   const Bool closed = out->close();
-  if (!written || !closed)
+  if (!written || !closed || !file.Commit())
   {
-    err = path + ": writing failed: " + out->geterror();
-    std::remove(temp.string().c_str());
-    return false;
-  }
-  std::error_code ec;
-  std::filesystem::rename(temp, target, ec);
-  if (ec)
-  {
-    err = path + ": cannot be replaced: " + ec.message();
-    std::remove(temp.string().c_str());
+    const std::string encoder = out->geterror();
+    err = path + ": " + (file.Problem().empty() ? "writing failed: " + encoder : file.Problem());
     return false;
   }
   return true;

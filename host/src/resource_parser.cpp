@@ -1,6 +1,8 @@
 // Parsers of the host's resource text formats: symbol headers, string tables and layout trees.
 #include "resource_parser.h"
 
+#include <sys/stat.h>
+
 #include <fstream>
 #include <sstream>
 
@@ -10,8 +12,14 @@ namespace host
 {
 namespace
 {
-bool ParseNodes(Cursor& cur, std::vector<ResNode>& out, bool nested)
+// Real layouts nest a handful of groups; the limit keeps a hostile file from exhausting the stack.
+constexpr int kMaxNesting = 64;
+// Resource files are small text; anything larger is not one.
+constexpr off_t kMaxResourceBytes = 16 << 20;
+
+bool ParseNodes(Cursor& cur, std::vector<ResNode>& out, int depth)
 {
+  const bool nested = depth > 0;
   while (!cur.AtEnd() && !cur.Is("}"))
   {
     const Token& head = cur.Next();
@@ -28,7 +36,9 @@ bool ParseNodes(Cursor& cur, std::vector<ResNode>& out, bool nested)
     {
       cur.Next();
       node.block = true;
-      if (!ParseNodes(cur, node.children, true))
+      if (depth + 1 >= kMaxNesting)
+        return cur.FailAt(node.line, "blocks nest deeper than " + std::to_string(kMaxNesting) + " levels");
+      if (!ParseNodes(cur, node.children, depth + 1))
         return false;
       if (!cur.Expect("}", ("to close '" + node.keyword + "' of line " + std::to_string(node.line)).c_str()))
         return false;
@@ -46,6 +56,10 @@ bool ParseNodes(Cursor& cur, std::vector<ResNode>& out, bool nested)
 
 bool ReadTextFile(const std::string& path, std::string& text)
 {
+  // Only regular files of text size: a FIFO would block, a device never end.
+  struct stat st;
+  if (stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode) || st.st_size > kMaxResourceBytes)
+    return false;
   std::ifstream in(path, std::ios::binary);
   if (!in)
     return false;
@@ -158,7 +172,7 @@ bool ParseResTree(const std::string& text, const std::string& file, std::vector<
   if (!Lexer(text, file, false).Run(toks, error))
     return false;
   Cursor cur(toks, file, error);
-  return ParseNodes(cur, out, false);
+  return ParseNodes(cur, out, 0);
 }
 
 } // namespace host

@@ -144,8 +144,12 @@ Bool RenderLoop::Prepare()
 Bool RenderLoop::AfterStart()
 {
   merging = imageCount > 1 && !options.editorRender;
+  // Too large for memory is the request's fault whether one image or several make the frame.
   if (!render::CheckMemory(width, height, imageCount, merging, error))
+  {
+    inputRejected = true;
     return false;
+  }
 
   Bool allocated = buffer.Init(width, height);
   if (!merging)

@@ -2,6 +2,8 @@
 // single-parameter parsing the command line's --set uses.
 #include "scene/scene_file.h"
 
+#include "pending_file.h"
+
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -75,7 +77,12 @@ BaseDocument* LoadScene(const std::string& file, SceneError* error)
   Json root;
   try
   {
-    root = Json::parse(text.str());
+    root = ParseJson(text.str());
+  }
+  catch (const DuplicateKey& e)
+  {
+    err.problem = std::string("malformed JSON: ") + e.what();
+    return nullptr;
   }
   catch (const Json::exception& e)
   {
@@ -138,31 +145,11 @@ bool SaveScene(BaseDocument* doc, const std::string& file, SceneError* error)
     return false;
   }
 
-  // Whole or not at all: a temporary file beside the target, then a rename over it.
-  const std::string temp = file + ".tmp" + std::to_string(getpid());
+  // Whole or not at all: a private temporary file beside the target, then a rename over it.
+  PendingFile out;
+  if (!out.Open(file) || !out.Write(text.data(), text.size()) || !out.Commit())
   {
-    std::ofstream out(temp, std::ios::binary | std::ios::trunc);
-    if (!out)
-    {
-      err.problem = "cannot write into " + FolderOf(file);
-      return false;
-    }
-    out << text;
-    out.flush();
-    if (!out)
-    {
-      err.problem = "writing failed (disk full?)";
-      out.close();
-      std::remove(temp.c_str());
-      return false;
-    }
-  }
-  std::error_code ec;
-  fs::rename(temp, file, ec);
-  if (ec)
-  {
-    err.problem = "cannot be replaced: " + ec.message();
-    std::remove(temp.c_str());
+    err.problem = out.Problem();
     return false;
   }
   return true;
@@ -172,11 +159,10 @@ bool ResolveParameter(const std::string& symbolOrId, Int32* id)
 {
   if (symbolOrId.empty())
     return false;
-  char* end = nullptr;
-  const long n = std::strtol(symbolOrId.c_str(), &end, 10);
-  if (*end == '\0')
+  Int32 n = 0;
+  if (ParseId(symbolOrId, &n))
   {
-    *id = static_cast<Int32>(n);
+    *id = n;
     return true;
   }
   return Descriptions().ResolveSymbol(String(symbolOrId), id);
@@ -199,7 +185,12 @@ bool ParseParameterValue(BaseList2D* node, Int32 id, const std::string& jsonText
   Json v;
   try
   {
-    v = Json::parse(jsonText);
+    v = ParseJson(jsonText);
+  }
+  catch (const DuplicateKey& e)
+  {
+    *problem = e.what();
+    return false;
   }
   catch (const Json::parse_error&)
   {

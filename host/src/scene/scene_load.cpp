@@ -1,6 +1,7 @@
 // Loading a scene file's JSON into a document: render settings, objects with their tags, views.
 #include <vector>
 
+#include "render/render_limits.h"
 #include "c4d_objects.h"
 #include "c4d_resource.h"
 #include "host_app.h"
@@ -11,11 +12,11 @@ namespace host::scene
 {
 namespace
 {
-// Render sizes beyond this are a typing error rather than a picture anyone renders.
-constexpr Int32 kMaxRenderSide = 65536;
-// A frame's float buffers take 16 bytes a pixel, and a lens may render several images a frame;
-// 2^28 pixels (4 GiB a buffer) is beyond any picture this program is meant for.
-constexpr Int64 kMaxRenderPixels = Int64(1) << 28;
+using render::kMaxFrameSide;
+
+// Scenes nest objects a few levels deep; the limit keeps a hostile file from exhausting the stack
+// of the loader and of everything else that walks the object tree.
+constexpr int kMaxNesting = 100;
 
 // Keys every object may have, besides those of its kind.
 const std::vector<std::string> kCommonKeys = {"type",       "name",     "position", "rotation", "scale",
@@ -42,6 +43,7 @@ private:
 
   BaseDocument* doc;
   std::string folder;
+  int nesting = 0;
   std::vector<std::pair<BaseTag*, std::pair<Json, std::string>>> tagParams;
 };
 
@@ -100,11 +102,11 @@ void Loader::Render(const Json& v, const std::string& path)
   RequireObject(v, path);
   AllowKeys(v, path, {"width", "height", "fps", "stereo", "alpha", "videoPosts"}, "the render settings");
   BaseContainer* rd = doc->GetActiveRenderData()->GetDataInstance();
-  const Int32 w = v.contains("width") ? ReadInt(v["width"], path + "/width", 1, kMaxRenderSide) : rd->GetInt32(RDATA_XRES);
-  const Int32 h = v.contains("height") ? ReadInt(v["height"], path + "/height", 1, kMaxRenderSide) : rd->GetInt32(RDATA_YRES);
-  if (Int64(w) * h > kMaxRenderPixels)
-    Fail(path, "a frame of " + std::to_string(w) + " x " + std::to_string(h) + " pixels is too large for memory (at most " +
-                   std::to_string(kMaxRenderPixels) + " pixels)");
+  const Int32 w = v.contains("width") ? ReadInt(v["width"], path + "/width", 1, kMaxFrameSide) : rd->GetInt32(RDATA_XRES);
+  const Int32 h = v.contains("height") ? ReadInt(v["height"], path + "/height", 1, kMaxFrameSide) : rd->GetInt32(RDATA_YRES);
+  const std::string sizeProblem = render::FrameSizeProblem(w, h);
+  if (!sizeProblem.empty())
+    Fail(path, sizeProblem);
   rd->SetInt32(RDATA_XRES, w);
   rd->SetInt32(RDATA_YRES, h);
   if (v.contains("fps"))
@@ -210,8 +212,12 @@ void Loader::Fill(const Json& v, const std::string& path, BaseObject* op, const 
   {
     const Json& children = v["children"];
     RequireArray(children, path + "/children");
+    if (!children.empty() && nesting + 1 >= kMaxNesting)
+      Fail(path + "/children", "objects nest deeper than " + std::to_string(kMaxNesting) + " levels");
+    ++nesting;
     for (size_t i = 0; i < children.size(); ++i)
       Object(children[i], path + "/children/" + std::to_string(i))->InsertUnderLast(op);
+    --nesting;
   }
 }
 

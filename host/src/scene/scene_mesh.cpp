@@ -1,6 +1,11 @@
 // Meshes in scene files: from an OBJ file, or as points and polygons written in the scene.
 #include <tiny_obj_loader.h>
 
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
 #include "c4d_objects.h"
 #include "scene/scene_io.h"
 #include "scene/scene_kinds.h"
@@ -60,12 +65,26 @@ void SetObjPolygon(PolygonObject* mesh, size_t f, const tinyobj::index_t* idx, u
     mesh->GetUVWW()[f].d = mesh->GetUVWW()[f].c;
 }
 
+// Larger OBJ files hold more than the point and polygon limits below anyway.
+constexpr std::uintmax_t kMaxObjBytes = std::uintmax_t(1) << 30;
+
 void ParseObj(const std::string& file, const std::string& path, tinyobj::ObjReader* reader)
 {
+  std::error_code ec;
+  const std::uintmax_t bytes = std::filesystem::file_size(file, ec);
+  if (ec || bytes > kMaxObjBytes)
+    Fail(path, "OBJ file \"" + file + "\": " + (ec ? ec.message() : "larger than 1 GiB"));
+  std::ifstream in(file, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  if (!in)
+    Fail(path, "OBJ file \"" + file + "\" cannot be read");
   tinyobj::ObjReaderConfig config;
   config.triangulate = false;
   config.vertex_color = false;
-  if (reader->ParseFromFile(file, config))
+  // Material libraries are never opened: a mesh takes its material from the scene, and a
+  // library's name could point anywhere (a device, a FIFO, another folder).
+  if (reader->ParseFromString(text.str(), std::string(), config))
     return;
   std::string why = reader->Error();
   while (!why.empty() && (why.back() == '\n' || why.back() == '\r'))
@@ -81,7 +100,15 @@ PolygonObject* ReadObjMesh(const std::string& file, const std::string& path)
   const size_t pointCount = attrib.vertices.size() / 3;
   size_t faceCount = 0;
   for (const tinyobj::shape_t& s : reader.GetShapes())
+  {
     faceCount += s.mesh.num_face_vertices.size();
+    // The reader counts a polygon's corners in a byte: 259 corners would read as a triangle.
+    size_t corners = 0;
+    for (unsigned char n : s.mesh.num_face_vertices)
+      corners += n;
+    if (corners != s.mesh.indices.size())
+      Fail(path, "OBJ file \"" + file + "\": a polygon has more than 255 corners; this host takes triangles and quads");
+  }
   if (pointCount == 0 || faceCount == 0)
     Fail(path, "OBJ file \"" + file + "\" holds no polygons");
   if (pointCount > 100000000 || faceCount > 100000000)

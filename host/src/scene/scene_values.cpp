@@ -1,11 +1,13 @@
 // Single values of a scene file: numbers, angles, vectors and plug-in parameters.
 #include "scene/scene_values.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <limits>
 #include <memory>
+#include <set>
 
 #include "c4d_resource.h"
 #include "c4d_shader.h"
@@ -187,6 +189,41 @@ const DescriptionResource* DescriptionOf(Int32 type)
   return e ? Descriptions().Find(e->description) : nullptr;
 }
 
+Json ParseJson(const std::string& text)
+{
+  // One set of keys per open object; arrays take a place too, so that depths line up.
+  std::vector<std::set<std::string>> open;
+  return Json::parse(text, [&](int, Json::parse_event_t event, Json& parsed) {
+    switch (event)
+    {
+      case Json::parse_event_t::object_start:
+      case Json::parse_event_t::array_start: open.emplace_back(); break;
+      case Json::parse_event_t::object_end:
+      case Json::parse_event_t::array_end: open.pop_back(); break;
+      case Json::parse_event_t::key:
+        if (!open.back().insert(parsed.get<std::string>()).second)
+          throw DuplicateKey("the key \"" + parsed.get<std::string>() + "\" appears twice in one object");
+        break;
+      default: break;
+    }
+    return true;
+  });
+}
+
+bool ParseId(const std::string& text, Int32* id)
+{
+  if (text.empty())
+    return false;
+  char* end = nullptr;
+  errno = 0;
+  const long long n = std::strtoll(text.c_str(), &end, 10);
+  // Beyond Int32 an id would wrap onto another parameter's.
+  if (*end != '\0' || errno == ERANGE || n < std::numeric_limits<Int32>::min() || n > std::numeric_limits<Int32>::max())
+    return false;
+  *id = static_cast<Int32>(n);
+  return true;
+}
+
 const BaseContainer* FindEntry(const DescriptionResource& desc, const std::string& key, Int32* id)
 {
   Int32 want = 0;
@@ -195,11 +232,8 @@ const BaseContainer* FindEntry(const DescriptionResource& desc, const std::strin
     want = sym->second;
   else
   {
-    char* end = nullptr;
-    const long n = std::strtol(key.c_str(), &end, 10);
-    if (key.empty() || *end != '\0')
+    if (!ParseId(key, &want))
       return nullptr;
-    want = static_cast<Int32>(n);
   }
   for (const auto& [entryId, settings] : desc.entries)
     if (entryId == want)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <initializer_list>
+#include <stdexcept>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -54,6 +55,19 @@ Json WriteAngles(const Vector& radians);
 Int32 FindPluginType(const Json& v, const std::string& path, Bool videoPost);
 /// The description of a plug-in node type, or null.
 const DescriptionResource* DescriptionOf(Int32 type);
+
+/// Thrown by `ParseJson` for an object that names one key twice.
+struct DuplicateKey : std::runtime_error
+{
+  using std::runtime_error::runtime_error;
+};
+
+/// JSON text parsed as the library does, but an object may not name a key twice (the library
+/// would keep the last silently). A UTF-8 byte-order mark at the start is allowed.
+Json ParseJson(const std::string& text);
+
+/// A decimal parameter id that fits an Int32; false for anything else.
+bool ParseId(const std::string& text, Int32* id);
 
 /// The entry of a parameter written by symbol or decimal id in `desc`.
 const BaseContainer* FindEntry(const DescriptionResource& desc, const std::string& key, Int32* id);
