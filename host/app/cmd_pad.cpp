@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
-#include <regex>
 
 #include "bitmap_io.h"
 #include "gui/attribute_gui.h"
@@ -23,20 +22,30 @@ namespace
 {
 using Path = std::vector<std::pair<Int32, Int32>>;
 
+/// One whole number of up to six digits, all of `text`.
+bool ParseCoordinate(const std::string& text, Int32& value)
+{
+  const size_t digits = text.size() - (!text.empty() && text[0] == '-');
+  if (digits == 0 || digits > 6 || text.find_first_not_of("0123456789", text.size() - digits) != std::string::npos)
+    return false;
+  value = std::stoi(text);
+  return true;
+}
+
 /// X,Y[:X,Y...] in whole pixels.
 Path ParsePath(const std::string& text)
 {
-  static const std::regex point(R"((-?\d{1,6}),(-?\d{1,6}))");
   Path path;
   size_t start = 0;
   for (;;)
   {
     const size_t end = text.find(':', start);
     const std::string item = text.substr(start, end == std::string::npos ? std::string::npos : end - start);
-    std::smatch m;
-    if (!std::regex_match(item, m, point))
+    const size_t comma = item.find(',');
+    Int32 x = 0, y = 0;
+    if (comma == std::string::npos || !ParseCoordinate(item.substr(0, comma), x) || !ParseCoordinate(item.substr(comma + 1), y))
       throw Stop{"--drag " + text + ": \"" + item + "\" is not a point X,Y of two whole numbers, such as 50,50:90,50"};
-    path.emplace_back(std::stoi(m[1]), std::stoi(m[2]));
+    path.emplace_back(x, y);
     if (end == std::string::npos)
       return path;
     start = end + 1;
