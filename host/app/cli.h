@@ -67,4 +67,12 @@ struct PanelArgs
   bool json = false;
 };
 int PanelCommand(const PanelArgs& args, const std::string& plugins);
+
+struct PadArgs
+{
+  std::string scene, out, save;
+  std::vector<std::string> drags;
+  bool doubleClick = false;
+};
+int PadCommand(const PadArgs& args, const std::string& plugins);
 } // namespace cli

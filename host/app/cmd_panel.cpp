@@ -83,6 +83,8 @@ void PrintText(const host::Panel& panel, BaseList2D* node, const BaseDocument* d
       line += label + "  " + ValueText(e, EntryValue(e, doc, folder));
       if (e.type == "BUTTON")
         line += "[button]";
+      if (e.customGui.IsPopulated())
+        line += "  [" + e.customGui.GetStdString() + "]";
     }
     if (!e.enabled)
       line += "  (greyed out)";
@@ -107,6 +109,8 @@ void PrintJson(const host::Panel& panel, const BaseDocument* doc, const std::str
                            {"parent", e.parent}};
     if (e.type == "GROUP")
       j["open"] = static_cast<bool>(e.open);
+    if (e.customGui.IsPopulated())
+      j["customGui"] = e.customGui.GetStdString();
     entries.push_back(std::move(j));
   }
   std::cout << host::scene::Json{{"node", panel.description.GetStdString()}, {"entries", entries}}.dump(2) << "\n";

@@ -56,6 +56,24 @@ CLI::App* AddPanel(CLI::App& app, PanelArgs& p)
   return panel;
 }
 
+CLI::App* AddPad(CLI::App& app, PadArgs& a)
+{
+  CLI::App* pad = app.add_subcommand("pad", "Draw the custom GUI of the lens tag's panel after mouse input, as the host shows it");
+  pad->footer("Points are the GUI's pixels from its top left. Each --drag presses the left button at its first\n"
+              "point, moves through the others and lets go at the last; each value the GUI sends back is the\n"
+              "user's edit of the parameter (the node told, the document evaluated). --double-click clicks twice\n"
+              "where the last drag ended, else in the middle of the GUI. The panel's changed values are listed.\n"
+              "Example:\n  orlixcam pad Examples/fulldome.json -o pad.png --drag 50,50:80,40\n"
+              "  orlixcam pad Examples/panorama.json -o pad.png --drag 100,50:250,50 --save turned.json\n"
+              "  orlixcam pad turned.json -o pad.png --double-click");
+  pad->add_option("scene", a.scene, "The scene file (JSON)")->required();
+  pad->add_option("-o,--output", a.out, "The picture of the GUI to write: .png, .tif or .exr")->required();
+  pad->add_option("--drag", a.drags, "X,Y[:X,Y...]: a drag with the left button through these points")->allow_extra_args(false);
+  pad->add_flag("--double-click", a.doubleClick, "A double click, after the drags");
+  pad->add_option("--save", a.save, "Save the scene after the input to this file");
+  return pad;
+}
+
 int Run(int argc, char** argv)
 {
   CLI::App app{"orlixcam: renders immersive pictures (dome, panorama, cylinder, cubemap, stereo) from scene files\n"
@@ -76,6 +94,9 @@ int Run(int argc, char** argv)
 
   PanelArgs p;
   CLI::App* panel = AddPanel(app, p);
+
+  PadArgs pa;
+  CLI::App* pad = AddPad(app, pa);
 
   CLI::App* params = app.add_subcommand("params", "List every parameter of every description the plug-ins registered");
   params->footer("Example:\n  orlixcam params | grep DOME");
@@ -99,6 +120,8 @@ int Run(int argc, char** argv)
       return InfoCommand(infoScene, plugins);
     if (*panel)
       return PanelCommand(p, plugins);
+    if (*pad)
+      return PadCommand(pa, plugins);
     return ParamsCommand(plugins);
   }
   catch (const Stop& stop)

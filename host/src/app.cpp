@@ -52,6 +52,7 @@ void ResetApp()
   app.documents.clear();
   app.activeDocument = nullptr;
   app.plugins.Clear();
+  app.libraries.clear();
   app.console.Clear();
   app.ui = UiRecord();
   Descriptions().Clear();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <deque>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -25,6 +26,7 @@ struct PluginEntry
   String help;
   std::shared_ptr<BaseBitmap> icon;
   std::shared_ptr<CommandData> command;
+  std::shared_ptr<CUSTOMGUIPLUGIN> customGui;
 };
 
 class PluginRegistry
@@ -86,6 +88,8 @@ struct AppState
   BaseDocument* activeDocument = nullptr;
   UiRecord ui;
   Filename pluginFolder;
+  /// Installed libraries by id: the plug-in's record and its version.
+  std::map<Int32, std::pair<C4DLibrary*, Int32>> libraries;
 };
 
 AppState& App();

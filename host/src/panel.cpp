@@ -5,6 +5,8 @@
 #include <map>
 
 #include "c4d_customdata.h"
+#include "gui/attribute_gui.h"
+#include "gui/gui_host.h"
 #include "host_app.h"
 #include "resource_parser.h"
 #include "scene/scene_values.h"
@@ -70,6 +72,8 @@ Bool EvaluatePanel(BaseList2D* node, Panel& panel, String* error)
     else
       e.hasValue = node->GetParameter(DescID(e.id), e.value);
     e.enabled = !data || data->GetDEnabling(node, DescID(e.id), e.value, DESCFLAGS_NONE, &e.settings);
+    if (const CUSTOMGUIPLUGIN* gui = CustomGuiFor(e.settings))
+      e.customGui = gui->name;
     panel.entries.push_back(std::move(e));
     if (panel.entries.back().type == "GROUP")
       groups[panel.entries.back().id] = &panel.entries.back();

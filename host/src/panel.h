@@ -23,6 +23,7 @@ struct PanelEntry
   Bool enabled = true;
   Bool open = false;          ///< groups only
   Int32 parent = 0;           ///< the group holding it, 0 at the top
+  String customGui;           ///< the name of the registered custom GUI that shows it, or empty
 };
 
 struct Panel

@@ -131,6 +131,7 @@ void PluginModule::Unload()
   app.documents.clear();
   app.activeDocument = nullptr;
   app.plugins.Clear();
+  app.libraries.clear();
   if (started && entry)
     entry(C4DPL_END, nullptr, nullptr, nullptr);
   started = false;

@@ -83,7 +83,7 @@ Bool PluginStart()
 {
   // The first registration that fails stops the chain; what stands stays registered.
   using Registration = Bool (*)();
-  const Registration chain[] = {RegisterOrlixCamVP, RegisterOrlixTag};
+  const Registration chain[] = {RegisterOrlixCamVP, RegisterOrlixTag, RegisterXYPad};
   for (Registration reg : chain)
     if (!reg())
       return false;
@@ -92,4 +92,5 @@ Bool PluginStart()
 
 void PluginEnd()
 {
+  FreeXYPad();
 }

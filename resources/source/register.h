@@ -21,5 +21,8 @@ const Filename* PluginFilePath();
 // Registrations, in the order PluginStart calls them.
 Bool RegisterOrlixCamVP();
 Bool RegisterOrlixTag();
+Bool RegisterXYPad();
+/// Frees the XY pad's pictures; PluginEnd calls it.
+void FreeXYPad();
 
 extern "C" __attribute__((visibility("default"))) Int32 c4d_main(Int32 action, void* p1, void* p2, void* p3);

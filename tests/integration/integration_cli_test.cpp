@@ -226,3 +226,45 @@ TEST_F(Cli, DirectionPassOfTwoEyesIsLaidOutNeverMixed)
     EXPECT_EQ(unit, 32 * 16);
   }
 }
+
+TEST_F(Cli, PadDragTurnsTheProbeAndItsDoubleClickResetsIt)
+{
+  // (150, 50) on the 200-wide pad is (0.75, 0.5): a quarter turn towards the camera's +X.
+  const std::string scene = Write("pano.json", LensScene("\"ORLIXTAG_LENS\": 0", 64, 32));
+  const std::string pic = Path("pad.png"), saved = Path("saved.json");
+  auto probe = [&] { return nlohmann::json::parse(Read(saved))["objects"][1]["tags"][0]["params"]; };
+  const Outcome drag = Orlixcam("pad " + scene + " -o " + pic + " --drag 100,50:150,50 --save " + saved);
+  ASSERT_EQ(drag.code, 0) << drag.err;
+  EXPECT_EQ(drag.out.rfind("XY Pad of \"Probe Position\"", 0), 0u) << drag.out;
+  EXPECT_NE(drag.out.find("\n3 edits from the GUI\n"), std::string::npos) << drag.out;
+  EXPECT_EQ(probe()["ORLIXTAG_PROBE_PAD"], nlohmann::json::array({0.75, 0.5, 0.0}));
+  EXPECT_NEAR(probe()["ORLIXTAG_PROBE_LONGITUDE"]["deg"].get<double>(), 90.0, 1e-9);
+  EXPECT_NEAR(probe()["ORLIXTAG_PROBE_LATITUDE"]["deg"].get<double>(), 0.0, 1e-9);
+  OIIO::ImageBuf p = Load(pic);
+  ASSERT_EQ(p.roi().width(), 200);
+  ASSERT_EQ(p.roi().height(), 100);
+  float cross[3];
+  p.getpixel(149, 49, cross, 3);
+  EXPECT_EQ(cross[0] + cross[1] + cross[2], 3.0f) << "the cross at 199 * 0.75, 99 * 0.5";
+
+  const Outcome reset = Orlixcam("pad " + saved + " -o " + pic + " --double-click --save " + saved);
+  ASSERT_EQ(reset.code, 0) << reset.err;
+  EXPECT_EQ(probe()["ORLIXTAG_PROBE_PAD"], nlohmann::json::array({0.5, 0.5, 0.0}));
+  EXPECT_EQ(probe()["ORLIXTAG_PROBE_LONGITUDE"]["deg"].get<double>(), 0.0);
+
+  const std::string bad = Path("bad.png"), empty = Write("empty.json", R"({"format": "orlixcam-scene/1"})");
+  const std::pair<std::string, std::string> cases[] = {
+    {"pad " + scene + " -o " + bad + " --drag 50,50:60", "\"60\" is not a point X,Y of two whole numbers"},
+    {"pad " + scene + " -o " + bad + " --drag 1.5,2", "\"1.5,2\" is not a point"},
+    {"pad " + scene + " -o " + Path("bad.bmp"), "unknown picture format"},
+    {"pad " + empty + " -o " + bad, "the scene has no OrlixTag tag"},
+  };
+  for (const auto& [args, message] : cases)
+  {
+    const Outcome r = Orlixcam(args);
+    EXPECT_EQ(r.code, 2) << args;
+    EXPECT_NE(r.err.find(message), std::string::npos) << r.err;
+  }
+  EXPECT_EQ(Files(), (std::set<std::string>{"empty.json", "pad.png", "pano.json", "saved.json"}));
+  EXPECT_NE(Orlixcam("pad --help").out.find("Example:\n  orlixcam pad"), std::string::npos);
+}
