@@ -67,4 +67,12 @@ struct PanelArgs
   bool json = false;
 };
 int PanelCommand(const PanelArgs& args, const std::string& plugins);
+
+struct ViewArgs
+{
+  std::string scene, out, camera, record;
+  Int32 width = 960, height = 540;
+  std::vector<std::string> sets;
+};
+int ViewCommand(const ViewArgs& args, const std::string& plugins);
 } // namespace cli
