@@ -120,6 +120,9 @@ TEST_F(Cli, EveryCommandAnswersWithItsExitCodeAndMessageAndBadInputWritesNothing
     {"panel " + good + " --node camera", 2, "--node"},
     {"panel " + good, 0, "v Dome"},
     {"panel --help", 0, "Example:\n  orlixcam panel"},
+    {"view --help", 0, "Example:\n  orlixcam view"},
+    {"view " + good + " -o " + out + " --camera Ghost", 2, "--camera Ghost: the scene has no camera of that name"},
+    {"view " + good + " -o " + (dir / "out.bmp").string(), 2, "unknown picture format"},
     {"--version", 0, std::string("orlixcam ") + ORLIX_PROJECT_VERSION + "\n"},
     {"params", 0, "OrlixCam (video post \"OrlixCam\")"},
     {"params", 0, "  1008   ORLIXTAG_DOME_FOV                      REAL       {\"deg\":180.0}"},
@@ -194,6 +197,49 @@ TEST_F(Cli, EveryExampleSceneRenders)
       << entry.path() << " rendered a flat picture";
   }
   EXPECT_GE(rendered, 14);
+}
+
+TEST_F(Cli, EveryExampleSceneShowsItsGuideInTheViewButNotThroughItsCamera)
+{
+  const fs::path examples = fs::path(ORLIX_SOURCE_DIR) / "Examples";
+  int viewed = 0;
+  for (const auto& entry : fs::directory_iterator(examples))
+  {
+    if (entry.path().extension() != ".json")
+      continue;
+    SCOPED_TRACE(entry.path());
+    const bool stereo = Read(entry.path()).find("\"stereo\": true") != std::string::npos;
+    // Through its own camera, once: the view draws the scene but no guide.
+    const bool through = entry.path().filename() == "fulldome.json";
+    for (const std::string camera : {"editor", "\"Lens Camera\""})
+    {
+      if (camera != "editor" && !through)
+        continue;
+      const std::string pic = Path("view.png"), calls = Path("calls.json");
+      const Outcome r = Orlixcam("view " + entry.path().string() + " -o " + pic + " --record " + calls +
+                                 " --width 64 --height 36 --camera " + camera);
+      ASSERT_EQ(r.code, 0) << r.err;
+      EXPECT_EQ(Load(pic).roi().width(), 64);
+      int lines = 0, polygons = 0, boxes = 0, spheres = 0;
+      for (const auto& call : nlohmann::json::parse(Read(calls)))
+      {
+        const std::string kind = call["kind"];
+        lines += kind == "line";
+        polygons += kind == "polygon";
+        boxes += kind == "box";
+        spheres += kind == "sphere";
+      }
+      if (camera != "editor")
+        EXPECT_EQ(lines + polygons + boxes + spheres, 0) << "a guide seen through its own lens";
+      else
+      {
+        EXPECT_TRUE((lines > 0 && polygons > 0) || boxes == 2) << lines << " lines, " << polygons << " polygons, " << boxes << " boxes";
+        EXPECT_EQ(spheres, stereo ? 3 : 0) << "the probe's camera and eyes";
+      }
+    }
+    ++viewed;
+  }
+  EXPECT_GE(viewed, 14);
 }
 
 TEST_F(Cli, FramesAreNumberedAndSetChangesTheRender)
