@@ -217,7 +217,7 @@ Bool DrawView(BaseDocument* doc, BaseDraw* view, Int32 width, Int32 height, View
   if (!raster.Init(cam, width, height))
   {
     if (error)
-      *error = String("the view needs a size from 1 to 16384 pixels and a focal length and film width above 0");
+      *error = String("the view needs a size from 1 to 16384 pixels that fits in memory, and a focal length and film width above 0");
     return false;
   }
   PaintScene(raster, doc->GetFirstObject(), false, nullptr);

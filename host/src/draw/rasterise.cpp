@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <new>
 
 namespace host::draw
 {
@@ -46,8 +47,18 @@ Bool ViewRaster::Init(const ViewCamera& camera, Int32 w, Int32 h)
   cx = (w - 1) * 0.5;
   cy = (h - 1) * 0.5;
   pixelScale = camera.projection == CAMERA_PARALLEL ? w / camera.parallelWidth : w * camera.focus / camera.aperture;
-  colour.assign(static_cast<size_t>(w) * h, Vector());
-  depth.assign(colour.size(), -std::numeric_limits<Float>::infinity());
+  try
+  {
+    colour.assign(static_cast<size_t>(w) * h, Vector());
+    depth.assign(colour.size(), -std::numeric_limits<Float>::infinity());
+  }
+  catch (const std::bad_alloc&)
+  {
+    colour.clear();
+    depth.clear();
+    width = height = 0;
+    return false;
+  }
   // A viewport's backdrop: light grey at the top to a darker grey at the bottom.
   for (Int32 y = 0; y < h; ++y)
   {

@@ -24,7 +24,8 @@ Float Opacity(Int32 transparency);
 class ViewRaster
 {
 public:
-  /// A picture of `width` × `height` filled by a vertical gradient; false for a bad size.
+  /// A picture of `width` × `height` filled by a vertical gradient; false for a bad size or one
+  /// that doesn't fit in memory.
   Bool Init(const ViewCamera& camera, Int32 width, Int32 height);
 
   /// A flat triangle blended at `opacity`. With `depthWrite` it hides what comes later behind it;
