@@ -77,13 +77,8 @@ TEST_F(DrawTest, GuideOfEachLensIsItsMeshInTheLensMatrix)
                               d.SetFloat(ORLIXTAG_PANO_LAT_MAX, PI / 4); },
      [](LensGuideMesh& m) { m.BuildSphere(70.0, 2.0, -0.4, PI / 4, kPen); }, up},
     {"cylinder",
-     [](BaseContainer& d) {
-       d.SetInt32(ORLIXTAG_LENS, 2);
-       d.SetInt32(ORLIXTAG_CYL_AXIS, ORLIXTAG_CYL_AXIS_VERTICAL);
-       d.SetFloat(ORLIXTAG_CYL_RADIUS, 120.0);
-       d.SetFloat(ORLIXTAG_CYL_FOV, 3.0);
-       d.SetFloat(ORLIXTAG_CYL_HEIGHT, 80.0);
-     },
+     [](BaseContainer& d) { d.SetInt32(ORLIXTAG_LENS, 2); d.SetInt32(ORLIXTAG_CYL_AXIS, ORLIXTAG_CYL_AXIS_VERTICAL);
+                            d.SetFloat(ORLIXTAG_CYL_RADIUS, 120.0); d.SetFloat(ORLIXTAG_CYL_FOV, 3.0); d.SetFloat(ORLIXTAG_CYL_HEIGHT, 80.0); },
      [](LensGuideMesh& m) { m.BuildCylinder(120.0, 3.0, 80.0, kPen); }, up},
     {"cylinder across the view", [](BaseContainer& d) { d.SetInt32(ORLIXTAG_CYL_AXIS, ORLIXTAG_CYL_AXIS_HORIZONTAL); },
      [](LensGuideMesh& m) { m.BuildCylinder(120.0, 3.0, 80.0, kPen); }, up * MatrixRotY(PI / 2)},
@@ -97,8 +92,7 @@ TEST_F(DrawTest, GuideOfEachLensIsItsMeshInTheLensMatrix)
     c.build(want);
     const Matrix m = camera->GetMg() * c.local;
     const size_t lines = want.linePoints.size() / 2, quads = want.quadPoints.size() / 4;
-    ASSERT_GT(lines, 0u);
-    ASSERT_GT(quads, 0u);
+    ASSERT_TRUE(lines > 0 && quads > 0);
     ASSERT_EQ(calls.size(), lines + quads);
     for (size_t i = 0; i < calls.size(); ++i)
     {
