@@ -75,4 +75,11 @@ struct PadArgs
   bool doubleClick = false;
 };
 int PadCommand(const PadArgs& args, const std::string& plugins);
+struct ViewArgs
+{
+  std::string scene, out, camera, record;
+  Int32 width = 960, height = 540;
+  std::vector<std::string> sets;
+};
+int ViewCommand(const ViewArgs& args, const std::string& plugins);
 } // namespace cli

@@ -74,6 +74,24 @@ CLI::App* AddPad(CLI::App& app, PadArgs& a)
   return pad;
 }
 
+CLI::App* AddView(CLI::App& app, ViewArgs& v)
+{
+  CLI::App* view = app.add_subcommand("view", "Draw a scene's active view as the host's viewport shows it, with what plug-ins draw there");
+  view->footer("The scene's objects are drawn flat shaded from the view's camera; the tags of every object then\n"
+               "draw in the object pass. A view through a scene camera is drawn from that camera.\n"
+               "Example:\n  orlixcam view Examples/fulldome.json -o view.png\n"
+               "  orlixcam view Examples/panorama.json -o view.png --width 1280 --height 720 --record calls.json\n"
+               "  orlixcam view Examples/fulldome.json -o through.png --camera \"Lens Camera\"");
+  view->add_option("scene", v.scene, "The scene file (JSON)")->required();
+  view->add_option("-o,--output", v.out, "The picture to write: .png, .tif or .exr")->required();
+  view->add_option("--camera", v.camera, "editor: the view's own camera; NAME: look through that scene camera; default: as the scene's active view says");
+  view->add_option("--width", v.width, "Picture width in pixels")->check(CLI::Range(1, 16384))->capture_default_str();
+  view->add_option("--height", v.height, "Picture height in pixels")->check(CLI::Range(1, 16384))->capture_default_str();
+  view->add_option("--set", v.sets, "SYMBOL=VALUE: a user's edit, as render --set takes it")->allow_extra_args(false);
+  view->add_option("--record", v.record, "Also write the draw calls as JSON: kind, pen, points in world space, matrix, transparency, line width, depth, flags");
+  return view;
+}
+
 int Run(int argc, char** argv)
 {
   CLI::App app{"orlixcam: renders immersive pictures (dome, panorama, cylinder, cubemap, stereo) from scene files\n"
@@ -97,6 +115,8 @@ int Run(int argc, char** argv)
 
   PadArgs pa;
   CLI::App* pad = AddPad(app, pa);
+  ViewArgs v;
+  CLI::App* view = AddView(app, v);
 
   CLI::App* params = app.add_subcommand("params", "List every parameter of every description the plug-ins registered");
   params->footer("Example:\n  orlixcam params | grep DOME");
@@ -122,6 +142,8 @@ int Run(int argc, char** argv)
       return PanelCommand(p, plugins);
     if (*pad)
       return PadCommand(pa, plugins);
+    if (*view)
+      return ViewCommand(v, plugins);
     return ParamsCommand(plugins);
   }
   catch (const Stop& stop)

@@ -1,6 +1,7 @@
 // The host's plug-in interface: everything plug-in code includes.
 #pragma once
 
+#include "c4d_basedraw.h"
 #include "c4d_basetime.h"
 #include "c4d_bitmap.h"
 #include "c4d_clipmap.h"

@@ -15,6 +15,7 @@ class BaseTag;
 class BaseVideoPost;
 class BaseDocument;
 class BaseDraw;
+class BaseDrawHelp;
 class BaseBitmap;
 class Render;
 class RenderData;
@@ -58,7 +59,7 @@ using DataAllocator = NodeData*();
 class TagData : public NodeData
 {
 public:
-  virtual Bool Draw(BaseTag*, BaseObject*, BaseDraw*, BaseDraw*) { return true; }
+  virtual Bool Draw(BaseTag*, BaseObject*, BaseDraw*, BaseDrawHelp*) { return true; }
   /// Runs in the expression pass; the result is 0 for success.
   virtual Int32 Execute(BaseTag*, BaseDocument*, BaseObject*, Int32 /*priority*/, Int32 /*flags*/) { return 0; }
   virtual Bool AddToExecution(BaseTag*, void* /*list*/) { return false; }

@@ -18,6 +18,7 @@ class BaseShader;
 class BaseVideoPost;
 class RenderData;
 class GeListHead;
+class BaseDraw;
 
 /// Type ids of the host's own nodes.
 enum : Int32
@@ -379,40 +380,6 @@ protected:
 
 private:
   std::unique_ptr<GeListHead> videoPosts;
-};
-
-/// View projections.
-enum : Int32
-{
-  CAMERA_PERSPECTIVE = 0,
-  CAMERA_PARALLEL = 1,
-};
-
-/// A view of the document: camera link and projection. Drawing comes with the viewport guides.
-class BaseDraw : public BaseList2D
-{
-public:
-  static BaseDraw* Alloc();
-  static void Free(BaseDraw*& bd);
-
-  Bool HasCameraLink() const { return cameraLink.GetType() == DA_ALIASLINK && cameraLink.GetLink() != nullptr; }
-  /// The linked camera, or the editor camera of the view when no camera is linked.
-  BaseObject* GetSceneCamera(const BaseDocument* doc) const;
-  /// Links the view to `op`; null removes the link.
-  void SetSceneCamera(BaseObject* op, Bool animate = false);
-  BaseObject* GetEditorCamera() const { return editorCamera.get(); }
-
-  Int32 GetProjection() const { return projection; }
-  void SetProjection(Int32 p) { projection = p; }
-
-protected:
-  BaseDraw();
-
-private:
-  GeData cameraLink;
-  Int32 projection = CAMERA_PERSPECTIVE;
-  struct CameraDeleter { void operator()(BaseObject* op) const; };
-  std::unique_ptr<BaseObject, CameraDeleter> editorCamera;
 };
 
 /// A document: objects, render settings, views, time.

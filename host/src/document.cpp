@@ -1,5 +1,6 @@
 // Render settings, views and documents.
 #include "c4d_nodes.h"
+#include "c4d_basedraw.h"
 
 // ---- RenderData --------------------------------------------------------------------------------
 
@@ -93,7 +94,9 @@ BaseDocument::BaseDocument()
   activeRenderData = rd;
   renderView = BaseDraw::Alloc();
   views->InsertFirst(renderView);
-  activeView = renderView;
+  // The view a user looks through is a view of its own: its camera never changes a render's.
+  activeView = BaseDraw::Alloc();
+  views->InsertLast(activeView);
 }
 
 BaseDocument::~BaseDocument()

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "c4d.h"
+#include "lens/guide_mesh.h"
 
 class OrlixTag : public TagData
 {
@@ -23,6 +24,8 @@ public:
                     const BaseContainer* itemDesc) override;
   Int32 Execute(BaseTag* tag, BaseDocument* doc, BaseObject* op, Int32 priority, Int32 flags) override;
   Bool AddToExecution(BaseTag* tag, void* list) override;
+  /// The viewport guide of the lens around the camera, and in stereo the eye probe.
+  Bool Draw(BaseTag* tag, BaseObject* op, BaseDraw* bd, BaseDrawHelp* bh) override;
 
   /// The document's OrlixCamVP video post, found whether enabled or not, or (with `create`)
   /// inserted last into the active render settings; null if there is none and none can be made.
@@ -45,4 +48,10 @@ public:
 
   BaseBitmap* iconBitmaps[2] = {};  ///< [0] switched off, [1] switched on
   BaseBitmap* sideBitmaps[6] = {};  ///< front, back, left, right, up, down
+  LensGuideMesh guideMesh;          ///< the guide's geometry, kept between redraws
 };
+
+/// The guide's grid: one DrawLine per pair of points, flags 0.
+void DrawLines(const LensGuideMesh& mesh, BaseDraw* bd);
+/// The guide's skin: one DrawPoly of four corners with their colours and normals per quad.
+void DrawQuads(const LensGuideMesh& mesh, BaseDraw* bd);

@@ -77,6 +77,9 @@ TEST_F(Cli, EveryCommandAnswersWithItsExitCodeAndMessageAndBadInputWritesNothing
     {"panel " + good + " --node camera", 2, "--node"},
     {"panel " + good, 0, "v Dome"},
     {"panel --help", 0, "Example:\n  orlixcam panel"},
+    {"view --help", 0, "Example:\n  orlixcam view"},
+    {"view " + good + " -o " + out + " --camera Ghost", 2, "--camera Ghost: the scene has no camera of that name"},
+    {"view " + good + " -o " + (dir / "out.bmp").string(), 2, "unknown picture format"},
     {"--version", 0, std::string("orlixcam ") + ORLIX_PROJECT_VERSION + "\n"},
     {"params", 0, "OrlixCam (video post \"OrlixCam\")"},
     {"params", 0, "  1008   ORLIXTAG_DOME_FOV                      REAL       {\"deg\":180.0}"},
@@ -151,6 +154,33 @@ TEST_F(Cli, EveryExampleSceneRenders)
       << entry.path() << " rendered a flat picture";
   }
   EXPECT_GE(rendered, 14);
+}
+
+TEST_F(Cli, EveryExampleSceneShowsItsGuideInTheViewButNotThroughItsCamera)
+{
+  int viewed = 0;
+  for (const auto& entry : fs::directory_iterator(fs::path(ORLIX_SOURCE_DIR) / "Examples"))
+  {
+    if (entry.path().extension() != ".json")
+      continue;
+    SCOPED_TRACE(entry.path());
+    // Through its own camera, once: the view draws the scene but no guide.
+    const bool through = entry.path().filename() == "fulldome.json";
+    const std::string pic = Path("view.png"), calls = Path("calls.json");
+    const Outcome r = Orlixcam("view " + entry.path().string() + " -o " + pic + " --record " + calls +
+                               " --width 64 --height 36" + (through ? " --camera \"Lens Camera\"" : ""));
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_EQ(Load(pic).roi().width(), 64);
+    std::map<std::string, int> kinds;
+    for (const auto& call : nlohmann::json::parse(Read(calls)))
+      ++kinds[call["kind"].get<std::string>()];
+    const bool guide = (kinds["line"] > 0 && kinds["polygon"] > 0) || kinds["box"] == 2;
+    EXPECT_EQ(guide, !through) << kinds["line"] << " lines, " << kinds["polygon"] << " polygons, " << kinds["box"] << " boxes";
+    const bool stereo = Read(entry.path()).find("\"stereo\": true") != std::string::npos;
+    EXPECT_EQ(kinds["sphere"], stereo ? 3 : 0) << "the probe's camera and eyes";
+    ++viewed;
+  }
+  EXPECT_GE(viewed, 14);
 }
 
 TEST_F(Cli, FramesAreNumberedAndSetChangesTheRender)

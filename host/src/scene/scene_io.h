@@ -23,6 +23,12 @@ void LoadDocument(BaseDocument* doc, const std::string& folder, const Json& root
 /// file cannot hold.
 Json SaveDocument(BaseDocument* doc, const std::string& folder);
 
+/// The active view from `v` (the file's "views"/"active", at `path`), or without one an editor
+/// camera standing back from the camera the render looks through. Throws SceneProblem.
+void LoadActiveView(BaseDocument* doc, const Json* v, const std::string& path);
+/// The file's "active" view of `doc`.
+Json SaveActiveView(BaseDocument* doc);
+
 /// A mesh read from the object entry `v`: an OBJ file or its own points and polygons.
 PolygonObject* ReadMesh(const Json& v, const std::string& path, const std::string& folder);
 /// The mesh's keys: its OBJ file, or its points and polygons.

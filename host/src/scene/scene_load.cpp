@@ -82,6 +82,8 @@ void Loader::Document(const Json& root)
 
   if (root.contains("views"))
     Views(root["views"], "/views");
+  const Json* active = root.contains("views") && root["views"].contains("active") ? &root["views"]["active"] : nullptr;
+  LoadActiveView(doc, active, "/views/active");
 }
 
 void Loader::Times(const Json& root)
@@ -274,7 +276,7 @@ void Loader::Tags(const Json& tags, const std::string& path, BaseObject* op)
 void Loader::Views(const Json& v, const std::string& path)
 {
   RequireObject(v, path);
-  AllowKeys(v, path, {"render"}, "the views");
+  AllowKeys(v, path, {"render", "active"}, "the views");
   if (!v.contains("render"))
     return;
   const Json& r = v["render"];

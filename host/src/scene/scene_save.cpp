@@ -174,7 +174,7 @@ Json Saver::Document()
   Json view = {{"projection", bd->GetProjection()}};
   if (bd->HasCameraLink())
     view["camera"] = bd->GetSceneCamera(doc)->GetName().GetStdString();
-  root["views"] = {{"render", view}};
+  root["views"] = {{"render", view}, {"active", SaveActiveView(doc)}};
   return root;
 }
 } // namespace
