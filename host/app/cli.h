@@ -28,6 +28,10 @@ struct Stop
 /// The default plug-in: its folder beside the program, and its module in that folder.
 extern const std::string kDefaultPlugin;
 
+/// Refuses, before any work, an output file that can't be written: a folder, a name too long for
+/// the file system, a folder that doesn't exist or can't be written. `option` names it in the message.
+void CheckOutputFile(const std::string& option, const std::string& file);
+
 /// Loads the plug-in module of `folderOption`, else the default plug-in beside the program.
 void LoadPlugin(host::PluginModule& module, const std::string& folderOption);
 /// A node type by the name scene files give it: its description's, else its plug-in's, else its id.

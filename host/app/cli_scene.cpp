@@ -1,6 +1,9 @@
 // The command-line host's plug-in, scene and edits.
 #include "cli.h"
 
+#include <unistd.h>
+
+#include <climits>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -42,6 +45,25 @@ void LoadPlugin(host::PluginModule& module, const std::string& folderOption)
   // registrations stopped half way stays loaded and has failed at its work (exit 1).
   if (!module.Load(Filename(fs::absolute(file).string().c_str()), &error))
     throw Stop{error.GetStdString(), module.IsLoaded() ? kFailed : kBadInput};
+}
+
+void CheckOutputFile(const std::string& option, const std::string& file)
+{
+  const fs::path p(file);
+  const std::string name = p.filename().string();
+  if (name.size() > NAME_MAX)
+    throw Stop{option + " " + file + ": the file name is " + std::to_string(name.size()) + " bytes long; at most " +
+               std::to_string(NAME_MAX)};
+  if (file.size() >= PATH_MAX)
+    throw Stop{option + " " + file + ": the path is longer than " + std::to_string(PATH_MAX - 1) + " bytes"};
+  std::error_code ec;
+  if (fs::is_directory(p, ec))
+    throw Stop{option + " " + file + ": is a folder; give a file name such as " + (p / "frame.png").string()};
+  const fs::path folder = fs::absolute(p, ec).parent_path();
+  if (!fs::is_directory(folder, ec))
+    throw Stop{option + " " + file + ": folder " + folder.string() + " does not exist"};
+  if (access(folder.c_str(), W_OK) != 0)
+    throw Stop{option + " " + file + ": folder " + folder.string() + " cannot be written"};
 }
 
 /// A node type by the name scene files give it: its description's, else its plug-in's, else its id.

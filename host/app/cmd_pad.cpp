@@ -2,7 +2,6 @@
 // after the user's mouse input given on the command line.
 #include "cli.h"
 
-#include <unistd.h>
 
 #include <filesystem>
 #include <iostream>
@@ -50,15 +49,6 @@ Path ParsePath(const std::string& text)
       return path;
     start = end + 1;
   }
-}
-
-void CheckTarget(const std::string& option, const std::string& file)
-{
-  const fs::path folder = fs::absolute(fs::path(file)).parent_path();
-  if (!fs::is_directory(folder))
-    throw Stop{option + " " + file + ": folder " + folder.string() + " does not exist"};
-  if (access(folder.c_str(), W_OK) != 0)
-    throw Stop{option + " " + file + ": folder " + folder.string() + " cannot be written"};
 }
 
 /// The lens tag the panel would show, and its first parameter shown through a custom GUI.
@@ -116,9 +106,9 @@ int PadCommand(const PadArgs& args, const std::string& plugins)
     drags.push_back(ParsePath(d));
   if (!host::IsPictureName(args.out))
     throw Stop{"-o " + args.out + ": unknown picture format (use .png, .tif or .exr)"};
-  CheckTarget("-o", args.out);
+  CheckOutputFile("-o", args.out);
   if (!args.save.empty())
-    CheckTarget("--save", args.save);
+    CheckOutputFile("--save", args.save);
 
   host::PluginModule module;
   LoadPlugin(module, plugins);

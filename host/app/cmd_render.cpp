@@ -3,7 +3,6 @@
 
 #include <unistd.h>
 
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -44,20 +43,6 @@ std::string FramePath(const std::string& out, Int32 frame)
   return out.substr(0, at) + number + out.substr(end);
 }
 
-/// A picture path the render can end in: not a folder, a name the file system takes.
-void CheckOutputPath(const std::string& path)
-{
-  const fs::path p(path);
-  if (p.filename().string().size() > NAME_MAX)
-    throw Stop{"-o " + path + ": the file name is " + std::to_string(p.filename().string().size()) +
-               " bytes long; at most " + std::to_string(NAME_MAX)};
-  if (path.size() >= PATH_MAX)
-    throw Stop{"-o " + path + ": the path is longer than " + std::to_string(PATH_MAX - 1) + " bytes"};
-  std::error_code ec;
-  if (fs::is_directory(p, ec))
-    throw Stop{"-o " + path + ": is a folder; give a file name such as " + (p / "frame.png").string()};
-}
-
 void ParseFrames(const std::string& text, Int32& first, Int32& last)
 {
   std::string::size_type dash = text.find('-', 1);
@@ -96,22 +81,16 @@ bool CheckRenderArgs(const RenderArgs& args, Int32& first, Int32& last)
     throw Stop{"-o " + args.out + ": unknown picture format (use .png, .tif or .exr)"};
   if (directionPass && !holdsFloat)
     throw Stop{"-o " + args.out + ": the direction pass is written as 32-bit float: use .exr or .tif"};
-  std::error_code ec;
-  const fs::path outFolder = fs::absolute(fs::path(args.out), ec).parent_path();
-  if (!fs::is_directory(outFolder, ec))
-    throw Stop{"-o " + args.out + ": folder " + outFolder.string() + " does not exist"};
-  if (access(outFolder.c_str(), W_OK) != 0)
-    throw Stop{"-o " + args.out + ": folder " + outFolder.string() + " cannot be written"};
   if (args.frames.empty())
   {
-    CheckOutputPath(args.out);
+    CheckOutputFile("-o", args.out);
     return false;
   }
   ParseFrames(args.frames, first, last);
   if (last > first && FrameMark(args.out) == std::string::npos)
     throw Stop{"--frames " + args.frames + ": several frames need #### in -o's file name to number them"};
-  CheckOutputPath(FramePath(args.out, first));
-  CheckOutputPath(FramePath(args.out, last));
+  CheckOutputFile("-o", FramePath(args.out, first));
+  CheckOutputFile("-o", FramePath(args.out, last));
   return true;
 }
 

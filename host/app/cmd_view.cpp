@@ -2,15 +2,14 @@
 // the draw calls they made.
 #include "cli.h"
 
-#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
 
 #include "bitmap_io.h"
+#include "pending_file.h"
 #include "draw/draw_view.h"
 #include "scene/scene_values.h"
 
@@ -21,15 +20,6 @@ namespace cli
 {
 namespace
 {
-void CheckOutput(const std::string& option, const std::string& file)
-{
-  const fs::path folder = fs::absolute(fs::path(file)).parent_path();
-  if (!fs::is_directory(folder))
-    throw Stop{option + " " + file + ": folder " + folder.string() + " does not exist"};
-  if (access(folder.c_str(), W_OK) != 0)
-    throw Stop{option + " " + file + ": folder " + folder.string() + " cannot be written"};
-}
-
 Json VectorJson(const Vector& v)
 {
   return Json::array({v.x, v.y, v.z});
@@ -73,22 +63,6 @@ Json RecordJson(const std::vector<host::DrawCall>& calls)
   return out;
 }
 
-// Writes `text` to a temporary name beside `file`, which the caller renames or removes.
-std::string WriteTemp(const std::string& file, const std::string& text)
-{
-  const std::string temp = file + ".tmp" + std::to_string(getpid());
-  std::ofstream out(temp, std::ios::binary | std::ios::trunc);
-  out << text;
-  out.flush();
-  if (!out)
-  {
-    out.close();
-    std::remove(temp.c_str());
-    throw Stop{"--record " + file + ": writing failed", kFailed};
-  }
-  return temp;
-}
-
 // Points the active view at the editor camera or at the scene camera of that name.
 void ChooseCamera(BaseDocument* doc, BaseDraw* view, const std::string& name)
 {
@@ -107,9 +81,9 @@ int ViewCommand(const ViewArgs& args, const std::string& plugins)
 {
   if (!host::IsPictureName(args.out, nullptr))
     throw Stop{"-o " + args.out + ": unknown picture format (use .png, .tif or .exr)"};
-  CheckOutput("-o", args.out);
+  CheckOutputFile("-o", args.out);
   if (!args.record.empty())
-    CheckOutput("--record", args.record);
+    CheckOutputFile("--record", args.record);
 
   host::PluginModule module;
   LoadPlugin(module, plugins);
@@ -133,26 +107,22 @@ int ViewCommand(const ViewArgs& args, const std::string& plugins)
   if (!picture || !raster.Store(*picture))
     throw Stop{"out of memory for a picture of " + std::to_string(args.width) + " x " + std::to_string(args.height), kFailed};
 
-  std::string temp;
+  // The record goes whole beside the picture: written first, renamed only once the picture is.
+  host::PendingFile record;
   if (!args.record.empty())
-    temp = WriteTemp(args.record, RecordJson(host::DrawCalls(*view)).dump(1) + "\n");
+  {
+    const std::string text = RecordJson(host::DrawCalls(*view)).dump(1) + "\n";
+    if (!record.Open(args.record) || !record.Write(text.data(), text.size()))
+      throw Stop{"--record " + args.record + ": " + record.Problem(), kFailed};
+  }
   std::string saveError;
   if (!host::SaveBitmap(*picture, args.out, false, &saveError, 1))
-  {
-    if (!temp.empty())
-      std::remove(temp.c_str());
     throw Stop{saveError, kFailed};
-  }
   std::cout << "wrote " << args.out << "\n";
-  if (!temp.empty())
+  if (!args.record.empty())
   {
-    std::error_code ec;
-    fs::rename(temp, args.record, ec);
-    if (ec)
-    {
-      std::remove(temp.c_str());
-      throw Stop{"--record " + args.record + ": cannot be replaced: " + ec.message(), kFailed};
-    }
+    if (!record.Commit())
+      throw Stop{"--record " + args.record + ": " + record.Problem(), kFailed};
     std::cout << "wrote " << args.record << "\n";
   }
   return 0;
