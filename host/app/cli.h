@@ -67,4 +67,13 @@ struct PanelArgs
   bool json = false;
 };
 int PanelCommand(const PanelArgs& args, const std::string& plugins);
+
+struct CommandArgs
+{
+  std::string command, scene, out, select, pick;
+  std::vector<std::string> answers;
+  int undo = 0, redo = 0;
+};
+int CommandsCommand(const std::string& plugins);
+int CommandCommand(const CommandArgs& args, const std::string& plugins);
 } // namespace cli
