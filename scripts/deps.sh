@@ -9,6 +9,11 @@ ORLIX_PACKAGES=(
   libembree-dev libtbb-dev
   libfreetype-dev fonts-dejavu-core
   nlohmann-json3-dev libcli11-dev libtinyobjloader-dev
+  weasyprint
+)
+# What the tests need beside the build: pdftotext and pdfimages look into the manual.
+ORLIX_TEST_PACKAGES=(
+  poppler-utils
 )
 
 orlix_install_deps() {

@@ -15,4 +15,4 @@ g++ -std=c++17 -O2 -Wall -Wextra -o "$tmp/make_pictures" "$root/scripts/pictures
 
 # The example scenes' sky: an equirectangular picture that shows which way a lens looks.
 g++ -std=c++17 -O2 -Wall -Wextra -o "$tmp/make_sky" "$root/scripts/pictures/make_sky.cpp" $(pkg-config --cflags --libs OpenImageIO)
-"$tmp/make_sky" "$root/Examples/sky.png"
+"$tmp/make_sky" "$root/Textures/sky.png"

@@ -16,7 +16,7 @@ for arg in "$@"; do
   esac
 done
 
-orlix_install_deps
+orlix_install_deps "${ORLIX_TEST_PACKAGES[@]}"
 
 jobs="$(nproc 2>/dev/null || echo 2)"
 build="$root/build"
@@ -31,7 +31,7 @@ fi
 # Every test under AddressSanitizer with UndefinedBehaviorSanitizer. The tests' counting
 # allocator pairs malloc with operator delete on purpose.
 asan="$root/build-asan"
-cmake -S "$root" -B "$asan" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DORLIX_SANITIZE=address -DORLIX_BUILD_BENCH=OFF
+cmake -S "$root" -B "$asan" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DORLIX_SANITIZE=address -DORLIX_BUILD_BENCH=OFF -DORLIX_BUILD_MANUAL=OFF
 cmake --build "$asan" -j "$jobs"
 ASAN_OPTIONS="alloc_dealloc_mismatch=0:detect_leaks=1:fast_unwind_on_malloc=0" \
 LSAN_OPTIONS="suppressions=$root/tests/sanitizers/lsan.supp" \
@@ -41,7 +41,7 @@ UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1" \
 # The render threads call CreateRay and ExecutePixel side by side: the render loop, the lens
 # renders and the stereo rays under ThreadSanitizer.
 tsan="$root/build-tsan"
-cmake -S "$root" -B "$tsan" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DORLIX_SANITIZE=thread -DORLIX_BUILD_BENCH=OFF
+cmake -S "$root" -B "$tsan" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DORLIX_SANITIZE=thread -DORLIX_BUILD_BENCH=OFF -DORLIX_BUILD_MANUAL=OFF
 cmake --build "$tsan" -j "$jobs" --target host_tests plugin_tests integration_tests
 TSAN_OPTIONS="suppressions=$root/tests/sanitizers/tsan.supp:halt_on_error=1" \
   ctest --test-dir "$tsan" --output-on-failure -j "$jobs" -R 'RenderLoop|LensRender|StereoRay|Render'

@@ -86,4 +86,12 @@ struct ViewArgs
   std::vector<std::string> sets;
 };
 int ViewCommand(const ViewArgs& args, const std::string& plugins);
+struct CommandArgs
+{
+  std::string command, scene, out, select, pick;
+  std::vector<std::string> answers;
+  int undo = 0, redo = 0;
+};
+int CommandsCommand(const std::string& plugins);
+int CommandCommand(const CommandArgs& args, const std::string& plugins);
 } // namespace cli

@@ -92,6 +92,28 @@ CLI::App* AddView(CLI::App& app, ViewArgs& v)
   return view;
 }
 
+CLI::App* AddCommand(CLI::App& app, CommandArgs& c)
+{
+  CLI::App* command = app.add_subcommand("command", "Run a menu command on a scene as a user picks it, then undo and redo, and save");
+  command->footer("NAME is a command's name as orlixcam commands lists it (or a word of it, or its id).\n"
+                  "The command runs on the scene's active document (on the object --select names), then\n"
+                  "--undo steps are undone and --redo steps redone; the document is saved whole or not at all.\n"
+                  "Example:\n  orlixcam command \"Create Fulldome Camera\" -o dome.json\n"
+                  "  orlixcam command Fisheye Examples/panorama.json --select \"Lens Camera\" -o fish.json --undo 1 --redo 1\n"
+                  "  orlixcam command Examples --pick fulldome.json -o loaded.json");
+  command->add_option("name", c.command, "The command: its name, a word of it, or its id")->required();
+  command->add_option("scene", c.scene, "The scene file (JSON); without it, an empty document");
+  command->add_option("-o,--output", c.out, "The scene file to save the active document to; without it nothing is saved");
+  command->add_option("--select", c.select, "The object selected when the command runs");
+  command->add_option("--answer", c.answers, "How the user answers the command's yes/no questions, in order")
+    ->check(CLI::IsMember({"yes", "no"}))
+    ->allow_extra_args(false);
+  command->add_option("--pick", c.pick, "An entry of the command's submenu: its sub id or its text");
+  command->add_option("--undo", c.undo, "Steps to undo after the command")->check(CLI::Range(0, 1000));
+  command->add_option("--redo", c.redo, "Steps to redo after the undos")->check(CLI::Range(0, 1000));
+  return command;
+}
+
 int Run(int argc, char** argv)
 {
   CLI::App app{"orlixcam: renders immersive pictures (dome, panorama, cylinder, cubemap, stereo) from scene files\n"
@@ -117,6 +139,10 @@ int Run(int argc, char** argv)
   CLI::App* pad = AddPad(app, pa);
   ViewArgs v;
   CLI::App* view = AddView(app, v);
+  CLI::App* commands = app.add_subcommand("commands", "List the menu of the plug-ins' commands: id, name, help, submenus");
+  commands->footer("Example:\n  orlixcam commands");
+  CommandArgs c;
+  CLI::App* command = AddCommand(app, c);
 
   CLI::App* params = app.add_subcommand("params", "List every parameter of every description the plug-ins registered");
   params->footer("Example:\n  orlixcam params | grep DOME");
@@ -144,6 +170,10 @@ int Run(int argc, char** argv)
       return PadCommand(pa, plugins);
     if (*view)
       return ViewCommand(v, plugins);
+    if (*commands)
+      return CommandsCommand(plugins);
+    if (*command)
+      return CommandCommand(c, plugins);
     return ParamsCommand(plugins);
   }
   catch (const Stop& stop)

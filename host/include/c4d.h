@@ -7,6 +7,7 @@
 #include "c4d_clipmap.h"
 #include "c4d_container.h"
 #include "c4d_customdata.h"
+#include "c4d_file.h"
 #include "c4d_general.h"
 #include "c4d_gui.h"
 #include "c4d_math.h"

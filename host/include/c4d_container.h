@@ -162,6 +162,8 @@ public:
   void SetLink(Int32 key, BaseList2D* v) { SetData(key, GeData(v)); }
   void SetContainer(Int32 key, const BaseContainer& v) { SetData(key, GeData(v)); }
   void SetData(Int32 key, const GeData& v);
+  /// Adds `v` under `key` (over an old value of that key, which this host keeps one of).
+  void InsData(Int32 key, const GeData& v) { SetData(key, v); }
 
   Bool RemoveData(Int32 key);
   void FlushAll() { values.clear(); }

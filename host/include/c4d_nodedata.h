@@ -65,14 +65,31 @@ public:
   virtual Bool AddToExecution(BaseTag*, void* /*list*/) { return false; }
 };
 
-/// A menu command.
+class GeDialog;
+
+/// What GetState answers: bits of a menu entry's state.
+enum : Int32
+{
+  CMD_ENABLED = 16,
+  CMD_VALUE = 32,
+};
+
+/// A menu command. The host calls it with the active document; the dialog is the menu's window,
+/// null from the command line.
 class CommandData
 {
 public:
   virtual ~CommandData() = default;
-  virtual Bool Execute(BaseDocument*) { return true; }
-  virtual Bool ExecuteSubID(BaseDocument*, Int32 /*subid*/) { return true; }
-  virtual Bool GetSubContainer(BaseDocument*, BaseContainer&) { return false; }
+  virtual Int32 GetState(BaseDocument*, GeDialog*) { return CMD_ENABLED; }
+  /// The user picked the command.
+  virtual Bool Execute(BaseDocument*, GeDialog*) { return false; }
+  /// The user picked an entry `subid` of the command's submenu.
+  virtual Bool ExecuteSubID(BaseDocument*, Int32 /*subid*/, GeDialog*) { return false; }
+  /// The user picked the command's option (its dialog).
+  virtual Bool ExecuteOptionID(BaseDocument*, Int32 /*optionid*/, GeDialog*) { return false; }
+  /// Fills `submenu` for a command with a submenu, whose id 0 gets a container: title under 1,
+  /// entries by sub id.
+  virtual Bool GetSubContainer(BaseDocument*, BaseContainer& /*submenu*/, GeDialog*) { return false; }
 };
 
 /// What `GetRenderInfo` answers: which calls the video post wants.

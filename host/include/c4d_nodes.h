@@ -296,6 +296,11 @@ public:
   void SetMl(const Matrix& m) { ml = m; }
   /// Global matrix: the parent's global matrix × the local one.
   Matrix GetMg() const;
+  /// Position relative to the parent: the local matrix's offset.
+  Vector GetRelPos() const { return ml.off; }
+  void SetRelPos(const Vector& v) { ml.off = v; }
+  /// Sets the local rotation from heading, pitch and bank in radians, keeping position and scale.
+  void SetRelRot(const Vector& hpb);
   /// Sets the local matrix so that the global one becomes `mg`.
   void SetMg(const Matrix& mg);
 
@@ -382,6 +387,21 @@ private:
   std::unique_ptr<GeListHead> videoPosts;
 };
 
+/// Undo kinds of AddUndo: a node that was just inserted, a node about to change.
+enum : Int32
+{
+  UNDOTYPE_CHANGE = 40,
+  UNDOTYPE_NEWOBJ = 44,
+};
+
+/// Selection modes of SetActiveObject and SetActiveTag.
+enum : Int32
+{
+  SELECTION_NEW = 0,
+  SELECTION_ADD = 1,
+  SELECTION_SUB = 2,
+};
+
 /// A document: objects, render settings, views, time.
 class BaseDocument : public BaseList2D
 {
@@ -419,6 +439,22 @@ public:
   BaseTime GetMaxTime() const { return maxTime; }
   void SetMaxTime(const BaseTime& t) { maxTime = t; }
 
+  // Selection: the objects and tags whose BIT_ACTIVE is set; the active one is the first of them.
+  BaseObject* GetActiveObject() const;
+  void SetActiveObject(BaseObject* op, Int32 mode = SELECTION_NEW);
+  BaseTag* GetActiveTag() const;
+  void SetActiveTag(BaseTag* tag, Int32 mode = SELECTION_NEW);
+
+  // Undo: the calls between StartUndo and EndUndo make one step, which DoUndo and DoRedo take
+  // back and bring again, restoring the document exactly.
+  Bool StartUndo();
+  /// `type` is UNDOTYPE_NEWOBJ after inserting `node`, UNDOTYPE_CHANGE before changing it; false
+  /// outside a step or for a node of another document.
+  Bool AddUndo(Int32 type, BaseList2D* node);
+  Bool EndUndo();
+  Bool DoUndo();
+  Bool DoRedo();
+
 protected:
   BaseDocument();
 
@@ -435,4 +471,13 @@ private:
   BaseTime time;
   BaseTime minTime;
   BaseTime maxTime = BaseTime(90, 30);
+
+public:
+  /// The host's own record of the steps; opaque to plug-ins.
+  struct UndoHistory;
+  const UndoHistory* GetUndoHistory() const { return undoHistory.get(); }
+
+private:
+  struct UndoDeleter { void operator()(UndoHistory* h) const; };
+  std::unique_ptr<UndoHistory, UndoDeleter> undoHistory;
 };

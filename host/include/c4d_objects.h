@@ -100,6 +100,19 @@ enum : Int32
   MATERIAL_PROJECTION_PLANAR = 2,    ///< along the object's Z axis, centred on its origin
 };
 
+/// A camera object (type Ocamera): its parameters live in its container.
+class CameraObject : public BaseObject
+{
+public:
+  /// Focal length in mm (CAMERA_FOCUS).
+  Float GetFocus() const { return GetDataInstance()->GetFloat(CAMERA_FOCUS, 36.0); }
+  void SetFocus(Float v) { GetDataInstance()->SetFloat(CAMERA_FOCUS, v); }
+
+protected:
+  friend class BaseObject;
+  CameraObject() : BaseObject(Ocamera) {}
+};
+
 /// A polygon's corners as point indices; a triangle repeats its third corner (c == d).
 struct CPolygon
 {

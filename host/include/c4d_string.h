@@ -8,6 +8,14 @@
 
 #include "c4d_types.h"
 
+/// How String::Compare orders two texts.
+enum class STRINGCOMPARISON : Int32
+{
+  MEMORY = 0,          ///< byte by byte
+  UNICODE_LETTERS = 1, ///< by code point
+  UNICODE_NUMBERS = 2, ///< by code point, a run of digits taken as a number: "2" before "10"
+};
+
 /// Reference-counted text: copies share one buffer, and a change makes a private copy. The count
 /// is intrusive, so a buffer made inside a plug-in module can be released after the module is gone.
 class String
@@ -82,6 +90,8 @@ public:
   bool operator==(const String& b) const { return GetStdString() == b.GetStdString(); }
   bool operator!=(const String& b) const { return !(*this == b); }
   bool operator<(const String& b) const { return GetStdString() < b.GetStdString(); }
+  /// Below 0, 0 or above 0 as this text comes before, with or after `b` in the order of `mode`.
+  Int32 Compare(const String& b, STRINGCOMPARISON mode) const;
 
   /// Whether the two share one buffer (both empty counts as not sharing).
   Bool SharesBufferWith(const String& b) const { return buffer && buffer == b.buffer; }
@@ -174,8 +184,12 @@ public:
       return b;
     if (b.path.IsEmpty())
       return *this;
+    // One separator between the parts, whichever side brings it ("dir" + "/file" too).
     const std::string& s = path.GetStdString();
-    if (s.back() == '/')
+    const bool bSlash = b.path.GetStdString().front() == '/';
+    if (s.back() == '/' && bSlash)
+      return Filename(path + String(b.path.GetStdString().substr(1)));
+    if (s.back() == '/' || bSlash)
       return Filename(path + b.path);
     return Filename(path + String("/") + b.path);
   }

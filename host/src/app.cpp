@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "commands.h"
 #include "host_app.h"
 #include "resource_parser.h"
 
@@ -108,7 +109,10 @@ Int32 GeOutString(const String& text, Int32 flags)
 Bool CallCommand(Int32 id, Int32 subid)
 {
   host::App().ui.commands.emplace_back(id, subid);
-  return true;
+  // The host's own commands are only noted; a plug-in's runs on the active document.
+  if (!host::App().plugins.Find(id))
+    return true;
+  return host::RunCommand(GetActiveDocument(), id, subid);
 }
 
 Bool DrawViews(Int32 /*flags*/, BaseDraw* /*bd*/)

@@ -73,6 +73,7 @@ struct UiRecord
   Int32 eventAdds = 0;
   Int32 drawViews = 0;
   std::vector<String> openedUrls;
+  std::vector<String> openedFiles; ///< what the system was asked to open with its application
   std::vector<std::pair<Int32, Int32>> commands; ///< CallCommand's id and sub id
   std::vector<Question> questions;
   /// Answers for the next yes/no dialogs, in order; with none left, `defaultAnswer`.
@@ -99,6 +100,16 @@ void ResetApp();
 
 /// Sets the folder of the running plug-in (what GeGetPluginPath answers).
 void SetPluginFolder(const Filename& folder);
+
+/// One AddUndo call of an undo step.
+struct UndoCall
+{
+  Int32 type = 0;
+  const BaseList2D* node = nullptr;
+  bool operator==(const UndoCall& o) const { return type == o.type && node == o.node; }
+};
+/// The AddUndo calls of the document's last done step, in order; empty without one.
+std::vector<UndoCall> LastUndoStep(const BaseDocument* doc);
 
 /// Gives a new node the data of its registered plug-in type and runs Init; false if the type is
 /// registered but its data can't be made or doesn't initialise. Unregistered types pass.

@@ -275,7 +275,8 @@ BaseObject::BaseObject(Int32 typeId) : BaseList2D(typeId) {}
 
 BaseObject* BaseObject::Alloc(Int32 type)
 {
-  return FinishAlloc(new BaseObject(type));
+  // A camera is made as its own class, so that CameraObject's calls reach it.
+  return FinishAlloc(type == Ocamera ? new CameraObject() : new BaseObject(type));
 }
 
 void BaseObject::Free(BaseObject*& op)

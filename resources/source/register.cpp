@@ -83,7 +83,19 @@ Bool PluginStart()
 {
   // The first registration that fails stops the chain; what stands stays registered.
   using Registration = Bool (*)();
-  const Registration chain[] = {RegisterOrlixCamVP, RegisterOrlixTag, RegisterXYPad};
+  const Registration chain[] = {
+    RegisterOrlixCamVP,
+    RegisterOrlixCreateFulldome,
+    RegisterOrlixCreateFisheye,
+    RegisterOrlixCreatePanorama,
+    RegisterOrlixCreateCylindrical,
+    RegisterOrlixCreateCubemap,
+    RegisterOrlixCreateLittlePlanet,
+    RegisterOrlixTag,
+    RegisterXYPad,
+    RegisterOrlixManualCommand,
+    RegisterOrlixExamplesCommand,
+  };
   for (Registration reg : chain)
     if (!reg())
       return false;

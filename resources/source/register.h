@@ -20,9 +20,17 @@ const Filename* PluginFilePath();
 
 // Registrations, in the order PluginStart calls them.
 Bool RegisterOrlixCamVP();
+Bool RegisterOrlixCreateFulldome();
+Bool RegisterOrlixCreateFisheye();
+Bool RegisterOrlixCreatePanorama();
+Bool RegisterOrlixCreateCylindrical();
+Bool RegisterOrlixCreateCubemap();
+Bool RegisterOrlixCreateLittlePlanet();
 Bool RegisterOrlixTag();
 Bool RegisterXYPad();
 /// Frees the XY pad's pictures; PluginEnd calls it.
 void FreeXYPad();
+Bool RegisterOrlixManualCommand();
+Bool RegisterOrlixExamplesCommand();
 
 extern "C" __attribute__((visibility("default"))) Int32 c4d_main(Int32 action, void* p1, void* p2, void* p3);

@@ -298,3 +298,80 @@ TEST_F(Cli, PadDragTurnsTheProbeAndItsDoubleClickResetsIt)
   EXPECT_EQ(Files(), (std::set<std::string>{"empty.json", "pad.png", "pano.json", "saved.json"}));
   EXPECT_NE(Orlixcam("pad --help").out.find("Example:\n  orlixcam pad"), std::string::npos);
 }
+
+TEST_F(Cli, CreateCommandsGiveTheirShotAndOneUndoGivesBackTheSceneToTheByte)
+{
+  // A stage without a camera, first saved once so that it is in the saver's own form.
+  Write("stage.json", R"({"format": "orlixcam-scene/1", "render": {"width": 64, "height": 32},
+    "objects": [{"type": "sky", "gradient": {"top": [0.2, 0.4, 0.9], "bottom": [0.9, 0.8, 0.6]}},
+                {"type": "cube", "name": "Box", "position": [-300, 0, -300], "size": [100, 100, 100]}]})");
+  ASSERT_EQ(Orlixcam("command Panorama " + Path("stage.json") + " -o " + Path("empty.json") + " --undo 1").code, 0);
+  const std::string empty = Read(Path("empty.json"));
+  struct Shot
+  {
+    std::string name;
+    bool dome;   ///< black outside the circle (the little planet's mask is off)
+    bool layout; ///< a cube cross: its corner cell is empty
+  };
+  for (const Shot& s : {Shot{"Fulldome", true, false}, Shot{"Fisheye", true, false}, Shot{"Little Planet", false, false},
+                        Shot{"Panorama", false, false}, Shot{"Cylindrical", false, false}, Shot{"Cubemap", false, true}})
+  {
+    const Outcome made = Orlixcam("command \"" + s.name + "\" " + Path("empty.json") + " -o " + Path("shot.json"));
+    ASSERT_EQ(made.code, 0) << s.name << "\n" << made.err;
+    const Outcome shot = Orlixcam("render " + Path("shot.json") + " -o " + Path("shot.png") + " --width 64 --height 48 --samples 1");
+    ASSERT_EQ(shot.code, 0) << s.name << "\n" << shot.err;
+    const OIIO::ImageBuf p = Load(Path("shot.png"));
+    float corner[3], centre[3];
+    p.getpixel(0, 0, corner, 3);
+    p.getpixel(32, 24, centre, 3);
+    EXPECT_EQ(corner[0] + corner[1] + corner[2] == 0.0f, s.dome || s.layout) << s.name << ": the frame's corner";
+    EXPECT_GT(centre[0] + centre[1] + centre[2], 0.1f) << s.name << ": the lens sees the stage";
+
+    EXPECT_EQ(Orlixcam("command \"" + s.name + "\" " + Path("empty.json") + " -o " + Path("undone.json") + " --undo 1").code, 0);
+    EXPECT_EQ(Read(Path("undone.json")), empty) << s.name << ": one undo gives the scene back";
+    EXPECT_EQ(Orlixcam("command \"" + s.name + "\" " + Path("empty.json") + " -o " + Path("redone.json") + " --undo 1 --redo 1").code, 0);
+    EXPECT_EQ(Read(Path("redone.json")), Read(Path("shot.json"))) << s.name << ": redo gives the command's document";
+  }
+
+  // Bad input: named, exit 2, nothing written.
+  for (const std::string& bad : {"command Nonsense " + Path("empty.json") + " -o " + Path("bad.json"),
+                                 "command Create " + Path("empty.json") + " -o " + Path("bad.json"),
+                                 "command Fisheye " + Path("empty.json") + " -o " + Path("bad.json") + " --select Nobody",
+                                 "command Fisheye " + Path("empty.json") + " -o " + Path("bad.json") + " --undo 2"})
+  {
+    const Outcome r = Orlixcam(bad);
+    EXPECT_EQ(r.code, 2) << bad << "\n" << r.err;
+    EXPECT_FALSE(fs::exists(Path("bad.json"))) << bad;
+  }
+}
+
+TEST_F(Cli, MenuListsTheCommandsAndExamplesAndTheManualLiesInThePluginFolder)
+{
+  const Outcome menu = Orlixcam("commands");
+  ASSERT_EQ(menu.code, 0) << menu.err;
+  for (const char* line : {"1036701  Create Fulldome Camera", "1041519  ", "submenu \"Examples\"", "1000  cubemap_cross.json"})
+    EXPECT_NE(menu.out.find(line), std::string::npos) << line << " in\n" << menu.out;
+  // The plug-in folder's Examples hold scenes only.
+  for (const char* picture : {".keep", ".png"})
+    EXPECT_EQ(menu.out.find(picture), std::string::npos) << picture << " offered as an example";
+
+  const Outcome picked = Orlixcam("command Examples --pick fulldome.json -o " + Path("loaded.json"));
+  ASSERT_EQ(picked.code, 0) << picked.err;
+  EXPECT_NE(Read(Path("loaded.json")).find("ORLIXTAG_LENS"), std::string::npos) << "the example's lens tag came along";
+
+#if ORLIX_MANUAL
+  const fs::path manual = fs::path(ORLIX_PLUGIN_DIR) / "Manual.pdf";
+  const Outcome opened = Orlixcam("command Manual");
+  ASSERT_EQ(opened.code, 0) << opened.err;
+  EXPECT_NE(opened.out.find("the system opens " + manual.string()), std::string::npos) << opened.out;
+  if (std::system("command -v pdftotext >/dev/null && command -v pdfimages >/dev/null") != 0)
+    GTEST_SKIP() << "poppler-utils (pdftotext, pdfimages) are not installed";
+  ASSERT_EQ(std::system(("pdftotext " + manual.string() + " " + Path("manual.txt")).c_str()), 0) << "not a PDF";
+  const std::string text = Read(Path("manual.txt"));
+  for (const char* topic : {"Panorama", "Cylindrical", "Cubemap", "Anaglyph", "slate", "Create Fulldome Camera", "Examples"})
+    EXPECT_NE(text.find(topic), std::string::npos) << topic;
+  ASSERT_EQ(std::system(("pdfimages -list " + manual.string() + " > " + Path("images.txt")).c_str()), 0);
+  const std::string images = Read(Path("images.txt"));
+  EXPECT_GE(std::count(images.begin(), images.end(), '\n'), 2 + 10) << "a header and ten pictures or more:\n" << images;
+#endif
+}
