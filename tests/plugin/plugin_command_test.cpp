@@ -214,7 +214,7 @@ TEST_F(CommandTest, ManualIsHandedToTheSystemFromThePluginFolder)
 
 TEST_F(CommandTest, StartRegistersInOrderAndStopsAtTheFirstFailure)
 {
-  const std::vector<Int32> chain = {1033675, 1036701, 1035136, 1035137, 1036297, 1036110, 1036687, 1035138, 1041519, 1041520};
+  const std::vector<Int32> chain = {1033675, 1036701, 1035136, 1035137, 1036297, 1036110, 1036687, 1035138, 1036905, 1041519, 1041520};
   // A squatter on each id in turn: the chain runs up to it and no further.
   for (size_t failAt = 0; failAt <= chain.size(); ++failAt)
   {
