@@ -98,6 +98,8 @@ int CommandsCommand(const std::string& plugins)
 
 int CommandCommand(const CommandArgs& args, const std::string& plugins)
 {
+  if (!args.out.empty())
+    CheckOutputFile("-o", args.out);
   host::PluginModule module;
   LoadPlugin(module, plugins);
   BaseDocument* doc = nullptr;

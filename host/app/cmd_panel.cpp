@@ -119,6 +119,8 @@ void PrintJson(const host::Panel& panel, const BaseDocument* doc, const std::str
 
 int PanelCommand(const PanelArgs& args, const std::string& plugins)
 {
+  if (!args.out.empty())
+    CheckOutputFile("-o", args.out);
   host::PluginModule module;
   LoadPlugin(module, plugins);
   BaseDocument* doc = OpenScene(args.scene);
