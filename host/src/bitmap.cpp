@@ -42,6 +42,18 @@ bool SizeFits(Int64 w, Int64 h, Int64 channels)
   const UInt64 limit = std::numeric_limits<std::size_t>::max() / sizeof(Float32) / static_cast<UInt64>(channels);
   return static_cast<UInt64>(w) <= limit / static_cast<UInt64>(h);
 }
+
+// The size a file claims is checked before anything is decoded: a few bytes of PNG can claim
+// gigabytes. Decoding takes the file's values and then our own copy of them.
+bool DeclaredSizeFits(const OIIO::ImageSpec& format)
+{
+  const int channels = format.nchannels;
+  if (!SizeFits(format.width, format.height, channels) || !SizeFits(format.width, format.height, 4))
+    return false;
+  const double pixels = static_cast<double>(format.width) * static_cast<double>(format.height);
+  const double bytes = pixels * channels * (format.format.size() + (format.format == OIIO::TypeDesc::UINT8 ? 1.0 : 4.0));
+  return pixels <= static_cast<double>(host::render::kMaxFramePixels) && bytes <= host::render::AvailableMemory();
+}
 } // namespace
 
 IMAGERESULT BaseBitmap::Init(Int32 w, Int32 h, Int32 depth)
@@ -95,13 +107,7 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
   if (channels < 1 || format.depth > 1 || format.width > std::numeric_limits<Int32>::max() ||
       format.height > std::numeric_limits<Int32>::max())
     return IMAGERESULT_WRONGTYPE;
-  if (!SizeFits(format.width, format.height, channels) || !SizeFits(format.width, format.height, 4))
-    return IMAGERESULT_OUTOFMEMORY;
-  // The size a file claims is checked before anything is decoded: a few bytes of PNG can claim
-  // gigabytes. Decoding takes the file's values and then our own copy of them.
-  const double pixels = static_cast<double>(format.width) * static_cast<double>(format.height);
-  const double bytes = pixels * channels * (format.format.size() + (format.format == OIIO::TypeDesc::UINT8 ? 1.0 : 4.0));
-  if (pixels > static_cast<double>(host::render::kMaxFramePixels) || bytes > host::render::AvailableMemory())
+  if (!DeclaredSizeFits(format))
     return IMAGERESULT_OUTOFMEMORY;
 
   const Bool eightBit = format.format == OIIO::TypeDesc::UINT8;
