@@ -31,6 +31,14 @@ RENDERS = [
 ]
 
 # Panels shown as the host lays them out: (marker, scene, node).
+VIEWS = [
+    ("view_fulldome", "fulldome"),
+    ("view_panorama", "panorama_custom"),
+    ("view_cylinder", "cylinder"),
+    ("view_cubemap", "cubemap_cross"),
+    ("view_probe", "stereo_panorama_tb"),
+]
+
 PANELS = [
     ("panel:tag", "fulldome", "tag"),
     ("panel:videopost", "stereo_cubemap_sbs", "videopost"),
@@ -103,6 +111,13 @@ def main():
     for name, scene, extra in RENDERS:
         run([orlixcam, "--plugins", plugins, "render", os.path.join(examples, scene + ".json"),
              "-o", os.path.join(pictures, name + ".png"), "--samples", "1"] + extra)
+
+    # The viewports: each lens's guide standing in its scene, and a stereo camera's eye probe.
+    for name, scene in VIEWS:
+        run([orlixcam, "--plugins", plugins, "view", os.path.join(examples, scene + ".json"),
+             "-o", os.path.join(pictures, name + ".png"), "--width", "480", "--height", "300"])
+    run([orlixcam, "--plugins", plugins, "pad", os.path.join(examples, "stereo_anaglyph_dome.json"),
+         "-o", os.path.join(pictures, "pad.png"), "--drag", "50,50:70,35"])
 
     filled = {}
     for marker, scene, node in PANELS:
