@@ -84,18 +84,29 @@ void ParseFrames(const std::string& text, Int32& first, Int32& last)
     throw Stop{"--frames " + text + ": the range ends before it starts"};
 }
 
+/// The pass that --pass names; Shaded for none.
+host::RenderPass PassOf(const std::string& name)
+{
+  static const std::pair<const char*, host::RenderPass> passes[] = {
+    {"direction", host::RenderPass::Direction}, {"st", host::RenderPass::St}, {"origin", host::RenderPass::Origin}};
+  if (name.empty())
+    return host::RenderPass::Shaded;
+  for (const auto& [n, pass] : passes)
+    if (name == n)
+      return pass;
+  throw Stop{"--pass " + name + ": unknown pass; the passes are \"direction\", \"st\" and \"origin\""};
+}
+
 /// What can be checked before anything loads or renders; the frame range, if given, in `first`
 /// and `last`.
 bool CheckRenderArgs(const RenderArgs& args, Int32& first, Int32& last)
 {
-  const bool directionPass = args.pass == "direction";
-  if (!args.pass.empty() && !directionPass)
-    throw Stop{"--pass " + args.pass + ": the only pass is \"direction\""};
+  const bool dataPass = PassOf(args.pass) != host::RenderPass::Shaded;
   Bool holdsFloat = false;
   if (!host::IsPictureName(args.out, &holdsFloat))
     throw Stop{"-o " + args.out + ": unknown picture format (use .png, .tif or .exr)"};
-  if (directionPass && !holdsFloat)
-    throw Stop{"-o " + args.out + ": the direction pass is written as 32-bit float: use .exr or .tif"};
+  if (dataPass && !holdsFloat)
+    throw Stop{"-o " + args.out + ": the " + args.pass + " pass is written as 32-bit float: use .exr or .tif"};
   std::error_code ec;
   const fs::path outFolder = fs::absolute(fs::path(args.out), ec).parent_path();
   if (!fs::is_directory(outFolder, ec))
@@ -121,7 +132,7 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
 {
   Int32 first = 0, last = 0;
   const bool ranged = CheckRenderArgs(args, first, last);
-  const bool directionPass = args.pass == "direction";
+  const host::RenderPass pass = PassOf(args.pass);
 
   host::PluginModule module;
   LoadPlugin(module, plugins);
@@ -136,7 +147,7 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   options.samples = args.samples;
   options.threads = args.threads;
   options.editorRender = args.preview;
-  options.directionPass = directionPass;
+  options.pass = pass;
   if (ranged)
   {
     options.firstFrame = first;
@@ -169,7 +180,7 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   options.frameDone = [&](Int32, const BaseBitmap& picture) {
     const std::string path = FramePath(args.out, ranged ? first + frameIndex : firstFrame);
     ++frameIndex;
-    if (!host::SaveBitmap(picture, path, directionPass, &saveError, args.threads))
+    if (!host::SaveBitmap(picture, path, pass != host::RenderPass::Shaded, &saveError, args.threads))
       return false;
     written.push_back(path);
     return true;

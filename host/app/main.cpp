@@ -29,7 +29,8 @@ CLI::App* AddRender(CLI::App& app, RenderArgs& r)
   render->add_option("--set", r.sets, "SYMBOL=VALUE: a parameter of a tag on the render camera or of a video post (see params), or width, height, fps, "
                      "stereo, alpha")
     ->allow_extra_args(false);
-  render->add_option("--pass", r.pass, "direction: each pixel holds the world direction of its ray (32-bit float)");
+  render->add_option("--pass", r.pass, "direction, st or origin: each pixel holds its ray's world direction, its place in an "
+                     "equirectangular picture (an ST map) or its world origin (32-bit float)");
   return render;
 }
 

@@ -177,7 +177,7 @@ Bool RenderLoop::AfterStart()
   tracer.buffer = &buffer;
   tracer.lens = lens ? lens->data : nullptr;
   tracer.pixelPosts = &pixelPosts;
-  tracer.directionPass = options.directionPass;
+  tracer.pass = options.pass;
   tracer.SetFrame(width, height);
   imagesTotal = frames.size() * static_cast<size_t>(imageCount);
   Report(0.0);
@@ -200,7 +200,7 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
     return false;
   if (frameIndex > 0 && !scene.Build(doc, pictures, error))
     return false;
-  if (merging && options.directionPass && !passMergeLearned && !LearnPassMerge())
+  if (merging && options.pass != RenderPass::Shaded && !passMergeLearned && !LearnPassMerge())
     return false;
 
   for (Int32 i = 0; i < imageCount; ++i)
@@ -225,7 +225,7 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
     std::vector<const RenderBitmap*> passImages;
     for (const auto& bmp : images)
       sources.push_back(bmp.get()), passImages.push_back(bmp.get());
-    if (options.directionPass)
+    if (options.pass != RenderPass::Shaded)
     {
       if (passMerge == render::MergeKind::Selects)
       {
@@ -249,9 +249,9 @@ Bool RenderLoop::LearnPassMerge()
   if (passMerge != render::MergeKind::Mixes)
     return true;
   inputRejected = true;
-  return Fail(String("the direction pass can't be made of this frame: the video post merges its " +
+  return Fail(String("the pass can't be made of this frame: the video post merges its " +
                      std::to_string(imageCount) +
-                     " images by mixing them pixel by pixel (as an anaglyph does), and directions are data that "
+                     " images by mixing them pixel by pixel (as an anaglyph does), and a pass holds data that "
                      "don't mix; render the pass with a layout that places each image (side by side, one above "
                      "the other, interlaced or one image)"));
 }

@@ -16,6 +16,17 @@ struct BitmapFree
 };
 using BitmapPtr = std::unique_ptr<BaseBitmap, BitmapFree>;
 
+/// What each pixel of a render holds: the shaded picture, or one of the data passes, which shoot
+/// one ray through each pixel's centre, run no pixel posts and hold zero with alpha 0 where the
+/// lens shoots no ray.
+enum class RenderPass
+{
+  Shaded,
+  Direction, ///< the ray's world direction (x, y, z), unit length, alpha 1
+  St,        ///< where the ray looks in an equirectangular picture: (s, t, 0, 1), t = 0 at the bottom
+  Origin,    ///< the ray's world origin (x, y, z), alpha 1
+};
+
 /// What to render and how.
 struct RenderOptions
 {
@@ -25,9 +36,7 @@ struct RenderOptions
   Int32 threads = 0; ///< 0: all cores
   /// A preview into a view of the editor: no stereo merge, and video posts are told so.
   Bool editorRender = false;
-  /// Instead of shading, each pixel holds the world direction (x, y, z) of the ray through its
-  /// centre, unit length, with alpha 1; zero where there is no ray. One ray a pixel, no pixel posts.
-  Bool directionPass = false;
+  RenderPass pass = RenderPass::Shaded;
   /// Frames at the render settings' frame rate; without them the document's current time alone.
   /// A first frame without a last renders that one frame.
   std::optional<Int32> firstFrame;
