@@ -54,6 +54,8 @@ struct RenderArgs
   Int32 samples = 4, threads = 0;
   bool preview = false;
   std::vector<std::string> sets;
+  bool views = false, half = false;
+  std::string compression;
 };
 
 int RenderCommand(const RenderArgs& args, const std::string& plugins);

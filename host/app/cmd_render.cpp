@@ -10,6 +10,7 @@
 #include <iostream>
 
 #include "bitmap_io.h"
+#include "render_header.h"
 #include "render/render_limits.h"
 #include "c4d_objects.h"
 
@@ -42,6 +43,25 @@ std::string FramePath(const std::string& out, Int32 frame)
   if (frame < 0)
     number.insert(number.begin(), '-');
   return out.substr(0, at) + number + out.substr(end);
+}
+
+/// Whether OUT names one file per eye: %V (left, right) or %v (l, r) in its file name.
+bool PerEye(const std::string& out)
+{
+  const std::string name = fs::path(out).filename().string();
+  return name.find("%V") != std::string::npos || name.find("%v") != std::string::npos;
+}
+
+/// OUT with %V and %v in its file name replaced by the view's name and its first letter.
+std::string ViewPath(const std::string& out, const std::string& view)
+{
+  const std::string::size_type slash = out.rfind('/');
+  std::string path = out;
+  for (std::string::size_type at = path.find('%', slash == std::string::npos ? 0 : slash + 1);
+       at != std::string::npos && at + 1 < path.size(); at = path.find('%', at + 1))
+    if (path[at + 1] == 'V' || path[at + 1] == 'v')
+      path.replace(at, 2, path[at + 1] == 'V' ? view : view.substr(0, 1));
+  return path;
 }
 
 /// A picture path the render can end in: not a folder, a name the file system takes.
@@ -107,22 +127,31 @@ bool CheckRenderArgs(const RenderArgs& args, Int32& first, Int32& last)
     throw Stop{"-o " + args.out + ": unknown picture format (use .png, .tif or .exr)"};
   if (dataPass && !holdsFloat)
     throw Stop{"-o " + args.out + ": the " + args.pass + " pass is written as 32-bit float: use .exr or .tif"};
+  const bool exr = fs::path(args.out).extension() == ".exr";
+  if (args.views && !exr && !PerEye(args.out))
+    throw Stop{"-o " + args.out + ": only .exr holds both views in one file; put %V in the file name for a file per eye"};
+  if (!exr && (args.half || !args.compression.empty()))
+    throw Stop{"-o " + args.out + ": " + (args.half ? "--half" : "--compression") + " is for .exr files"};
   std::error_code ec;
   const fs::path outFolder = fs::absolute(fs::path(args.out), ec).parent_path();
   if (!fs::is_directory(outFolder, ec))
     throw Stop{"-o " + args.out + ": folder " + outFolder.string() + " does not exist"};
   if (access(outFolder.c_str(), W_OK) != 0)
     throw Stop{"-o " + args.out + ": folder " + outFolder.string() + " cannot be written"};
+  const auto check = [&](const std::string& path) {
+    CheckOutputPath(ViewPath(path, "right"));
+    CheckOutputPath(ViewPath(path, "left"));
+  };
   if (args.frames.empty())
   {
-    CheckOutputPath(args.out);
+    check(args.out);
     return false;
   }
   ParseFrames(args.frames, first, last);
   if (last > first && FrameMark(args.out) == std::string::npos)
     throw Stop{"--frames " + args.frames + ": several frames need #### in -o's file name to number them"};
-  CheckOutputPath(FramePath(args.out, first));
-  CheckOutputPath(FramePath(args.out, last));
+  check(FramePath(args.out, first));
+  check(FramePath(args.out, last));
   return true;
 }
 
@@ -177,14 +206,47 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   std::string saveError;
   const Int32 firstFrame = ranged ? first : doc->GetTime().GetFrame(doc->GetFps());
   Int32 frameIndex = 0;
-  options.frameDone = [&](Int32, const BaseBitmap& picture) {
-    const std::string path = FramePath(args.out, ranged ? first + frameIndex : firstFrame);
-    ++frameIndex;
-    if (!host::SaveBitmap(picture, path, pass != host::RenderPass::Shaded, &saveError, args.threads))
+  host::SaveOptions save;
+  save.floatData = pass != host::RenderPass::Shaded;
+  save.threads = args.threads;
+  save.half = args.half;
+  if (!args.compression.empty())
+    save.compression = args.compression;
+  // Only OpenEXR gets the header: the other formats' readers have no place for it.
+  const bool exrHeader = fs::path(args.out).extension() == ".exr";
+  if (exrHeader)
+    AddSceneHeader(doc, camera(), save.attributes);
+  const auto nextPath = [&] { return FramePath(args.out, ranged ? first + frameIndex++ : firstFrame); };
+  options.frameDone = [&](Int32 frame, const BaseBitmap& picture) {
+    const std::string path = nextPath();
+    if (exrHeader)
+      SetTimeCode(doc, frame, save.attributes);
+    if (!host::SaveBitmap(picture, path, save, &saveError))
       return false;
     written.push_back(path);
     return true;
   };
+  if (args.views || PerEye(args.out))
+    options.viewsDone = [&](Int32 frame, const std::vector<const BaseBitmap*>& views) {
+      const std::string path = nextPath();
+      if (exrHeader)
+        SetTimeCode(doc, frame, save.attributes);
+      static const char* const names[] = {"left", "right"};
+      if (!PerEye(path))
+      {
+        if (!host::SaveViews({{names[0], views[0]}, {names[1], views[1]}}, path, save, &saveError))
+          return false;
+        written.push_back(path);
+        return true;
+      }
+      for (size_t v = 0; v < 2; ++v)
+      {
+        if (!host::SaveBitmap(*views[v], ViewPath(path, names[v]), save, &saveError))
+          return false;
+        written.push_back(ViewPath(path, names[v]));
+      }
+      return true;
+    };
   String error;
   Bool badInput = false;
   const Bool ok = host::RenderDocument(doc, options, nullptr, &error, &badInput);

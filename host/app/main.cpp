@@ -16,7 +16,9 @@ CLI::App* AddRender(CLI::App& app, RenderArgs& r)
   CLI::App* render = app.add_subcommand("render", "Render a scene to a picture");
   render->footer("Example:\n  orlixcam render Examples/fulldome.json -o dome.png --samples 4\n"
                  "  orlixcam render Examples/dome_slate.json -o frames/dome_####.png --frames 0-24\n"
-                 "  orlixcam render Examples/panorama.json -o dirs.exr --pass direction --set width=1024");
+                 "  orlixcam render Examples/panorama.json -o dirs.exr --pass direction --set width=1024\n"
+                 "  orlixcam render Examples/stereo_panorama_tb.json -o pair.exr --views --half --compression piz\n"
+                 "  orlixcam render Examples/stereo_panorama_tb.json -o eye_%V.png");
   render->add_option("scene", r.scene, "The scene file (JSON)")->required();
   render->add_option("-o,--output", r.out, "The picture to write: .png (8-bit), .tif (16-bit) or .exr (32-bit float); #### numbers frames")
     ->required();
@@ -29,6 +31,9 @@ CLI::App* AddRender(CLI::App& app, RenderArgs& r)
   render->add_option("--set", r.sets, "SYMBOL=VALUE: a parameter of a tag on the render camera or of a video post (see params), or width, height, fps, "
                      "stereo, alpha")
     ->allow_extra_args(false);
+  render->add_flag("--views", r.views, "A stereo pair as the views \"left\" and \"right\" of one .exr (%V or %v in -o's file name: a file per eye)");
+  render->add_option("--compression", r.compression, "OpenEXR compression (default zip)")->check(CLI::IsMember({"zip", "piz", "dwaa", "none"}));
+  render->add_flag("--half", r.half, "OpenEXR channels as 16-bit float");
   render->add_option("--pass", r.pass, "direction, st or origin: each pixel holds its ray's world direction, its place in an "
                      "equirectangular picture (an ST map) or its world origin (32-bit float)");
   return render;

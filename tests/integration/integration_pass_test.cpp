@@ -43,11 +43,13 @@ TEST_F(Passes, StMapOfEveryLensAppliedToTheSkyGivesTheRenderOfThatSky)
     const std::string scene = Write("s.json", R"({"format": "orlixcam-scene/1", "render": {"width": 48, "height": 24, "alpha": true},
       "objects": [{"type": "sky", "picture": "sky.exr"}, {"type": "camera", "name": "Lens", "rotation": {"deg": [30, 20, 0]},
         "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_LENS": )" + std::to_string(lens) + "}}]}]}");
-    const Outcome shaded = Orlixcam("render " + scene + " -o " + Path("shaded.exr") + " --samples 1");
-    const Outcome st = Orlixcam("render " + scene + " -o " + Path("st.exr") + " --pass st");
+    // Names of their own: the reader's cache knows a file by its name and time to the second.
+    const std::string shadedFile = Path("shaded" + std::to_string(lens) + ".exr"), stFile = Path("st" + std::to_string(lens) + ".exr");
+    const Outcome shaded = Orlixcam("render " + scene + " -o " + shadedFile + " --samples 1");
+    const Outcome st = Orlixcam("render " + scene + " -o " + stFile + " --pass st");
     ASSERT_EQ(shaded.code, 0) << shaded.err;
     ASSERT_EQ(st.code, 0) << st.err;
-    const OIIO::ImageBuf render = Load(Path("shaded.exr")), map = Load(Path("st.exr"));
+    const OIIO::ImageBuf render = Load(shadedFile), map = Load(stFile);
     // A frame merged of several images (the cube's faces) has no alpha: there a cell of the layout
     // without a face holds zero.
     const bool alpha = map.nchannels() == 4;
@@ -83,11 +85,12 @@ TEST_F(Passes, OriginsOfAStereoPairLieWhereTheEyeModelPutsTheEyes)
       "objects": [{"type": "camera", "name": "Lens", "position": [10, 150, -20], "tags": [{"type": "OrlixTag", "params":
         {"ORLIXTAG_LENS": 0, "ORLIXTAG_STEREO": true, "ORLIXTAG_EYE_SEPARATION": 6.5, "ORLIXTAG_EYE_MODEL": )" +
                                                   std::to_string(model) + "}}]}]}");
-    const Outcome origins = Orlixcam("render " + scene + " -o " + Path("o.exr") + " --pass origin");
-    const Outcome directions = Orlixcam("render " + scene + " -o " + Path("d.exr") + " --pass direction");
+    const std::string originFile = Path("o" + std::to_string(model) + ".exr"), directionFile = Path("d" + std::to_string(model) + ".exr");
+    const Outcome origins = Orlixcam("render " + scene + " -o " + originFile + " --pass origin");
+    const Outcome directions = Orlixcam("render " + scene + " -o " + directionFile + " --pass direction");
     ASSERT_EQ(origins.code, 0) << origins.err;
     ASSERT_EQ(directions.code, 0) << directions.err;
-    const OIIO::ImageBuf o = Load(Path("o.exr")), d = Load(Path("d.exr"));
+    const OIIO::ImageBuf o = Load(originFile), d = Load(directionFile);
     for (int y = 0; y < 16; ++y)
       for (int x = 0; x < 32; ++x)
       {

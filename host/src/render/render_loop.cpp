@@ -82,6 +82,9 @@ private:
   Bool LearnPassMerge();
   /// Hands the frame's picture on: to frameDone, and the first frame to the caller.
   Bool FrameDone(size_t frameIndex, BitmapHolder* picture);
+  /// The rectangles of the frame that make its views, learned with the merge.
+  Bool LearnViews();
+  Bool ViewsDone(const Frame& frame, const RenderBitmap& picture);
   Bool SetupCamera(Int32 image);
   void TraceImage(size_t imagesBefore);
   /// Copies the finished image out of the buffer, rows in parallel.
@@ -103,6 +106,7 @@ private:
   Bool passMergeLearned = false;
   render::MergeKind passMerge = render::MergeKind::Declines;
   render::PassSelection passSelection;
+  std::vector<render::FrameArea> viewAreas;
 
   // Progress, touched only on the calling thread.
   std::thread::id caller;
@@ -200,7 +204,9 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
     return false;
   if (frameIndex > 0 && !scene.Build(doc, pictures, error))
     return false;
-  if (merging && options.pass != RenderPass::Shaded && !passMergeLearned && !LearnPassMerge())
+  if (merging && (options.pass != RenderPass::Shaded || options.viewsDone) && !passMergeLearned && !LearnPassMerge())
+    return false;
+  if (options.viewsDone && viewAreas.empty() && !LearnViews())
     return false;
 
   for (Int32 i = 0; i < imageCount; ++i)
@@ -246,7 +252,7 @@ Bool RenderLoop::LearnPassMerge()
   for (const auto& bmp : images)
     scratch.push_back(bmp.get());
   passMerge = render::LearnMerge(lens->data, lens->node, scratch, *merged, passSelection);
-  if (passMerge != render::MergeKind::Mixes)
+  if (passMerge != render::MergeKind::Mixes || options.pass == RenderPass::Shaded)
     return true;
   inputRejected = true;
   return Fail(String("the pass can't be made of this frame: the video post merges its " +
@@ -259,7 +265,9 @@ Bool RenderLoop::LearnPassMerge()
 Bool RenderLoop::FrameDone(size_t frameIndex, BitmapHolder* picture)
 {
   const Frame& frame = frames[frameIndex];
-  if (options.frameDone && !options.frameDone(frame.number, **picture))
+  if (options.viewsDone && !ViewsDone(frame, **picture))
+    return false;
+  if (!options.viewsDone && options.frameDone && !options.frameDone(frame.number, **picture))
     return Fail(String("the render was stopped after frame " + std::to_string(frame.number)));
   if (frameIndex == 0 && firstFrame)
   {
@@ -268,6 +276,40 @@ Bool RenderLoop::FrameDone(size_t frameIndex, BitmapHolder* picture)
     if (!*firstFrame)
       return Fail(String("out of memory for the first frame's picture"));
   }
+  return true;
+}
+
+Bool RenderLoop::LearnViews()
+{
+  inputRejected = true;
+  if (!merging || imageCount != 2)
+    return Fail(String("views need a frame of two images, a stereo pair; this frame " +
+                       (merging ? "has " + std::to_string(imageCount) + " images" : std::string("is one image"))));
+  std::string problem = passMerge == render::MergeKind::Mixes
+                          ? "the video post mixes its images pixel by pixel (as an anaglyph does)"
+                          : "the video post doesn't merge its images";
+  if (passMerge == render::MergeKind::Selects)
+    viewAreas = render::ImageAreas(passSelection, imageCount, problem);
+  if (viewAreas.empty())
+    return Fail(String("the frame can't be cut into views: " + problem +
+                       "; render views of a pair laid side by side or one above the other"));
+  inputRejected = false;
+  return true;
+}
+
+Bool RenderLoop::ViewsDone(const Frame& frame, const RenderBitmap& picture)
+{
+  std::vector<BitmapHolder> parts;
+  std::vector<const BaseBitmap*> views;
+  for (const render::FrameArea& area : viewAreas)
+  {
+    parts.emplace_back(render::CopyArea(picture, area));
+    if (!parts.back())
+      return Fail(String("out of memory for the views of a frame"));
+    views.push_back(parts.back().get());
+  }
+  if (!options.viewsDone(frame.number, views))
+    return Fail(String("the render was stopped after frame " + std::to_string(frame.number)));
   return true;
 }
 

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "c4d.h"
 
@@ -45,6 +46,11 @@ struct RenderOptions
   std::function<void(Float done)> progress;
   /// Each finished frame; answering false stops the render (RenderDocument then gives false).
   std::function<Bool(Int32 frame, const BaseBitmap& picture)> frameDone;
+  /// With it, each finished frame goes here instead, as one picture per image of the frame: the
+  /// rectangle of the merged frame that the image fills (the eyes of a stereo pair laid side by side
+  /// or one above the other). A frame whose images don't each fill a rectangle of their own, or of
+  /// a single image, is refused as bad input before anything is traced. Answering false stops.
+  std::function<Bool(Int32 frame, const std::vector<const BaseBitmap*>& views)> viewsDone;
 
   static constexpr Int32 kMaxSamples = 1024;
 };
