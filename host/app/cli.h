@@ -59,8 +59,8 @@ struct RenderArgs
 };
 
 int RenderCommand(const RenderArgs& args, const std::string& plugins);
-int InfoCommand(const std::string& scene, const std::string& plugins);
-int ParamsCommand(const std::string& plugins);
+int InfoCommand(const std::string& scene, const std::string& plugins, bool json = false);
+int ParamsCommand(const std::string& plugins, bool json = false);
 
 struct PanelArgs
 {

@@ -79,12 +79,16 @@ int Run(int argc, char** argv)
   CLI::App* info = app.add_subcommand("info", "Show a scene in brief: cameras, the render camera and its lens, images per frame, size");
   info->footer("Example:\n  orlixcam info Examples/stereo_cubemap_sbs.json");
   info->add_option("scene", infoScene, "The scene file (JSON)")->required();
+  bool infoJson = false;
+  info->add_flag("--json", infoJson, "The same as one JSON object");
 
   PanelArgs p;
   CLI::App* panel = AddPanel(app, p);
 
   CLI::App* params = app.add_subcommand("params", "List every parameter of every description the plug-ins registered");
-  params->footer("Example:\n  orlixcam params | grep DOME");
+  params->footer("Example:\n  orlixcam params | grep DOME\n  orlixcam params --json");
+  bool paramsJson = false;
+  params->add_flag("--json", paramsJson, "Every description as JSON: id, symbol, type, default, unit and a cycle's choices");
 
   try
   {
@@ -102,10 +106,10 @@ int Run(int argc, char** argv)
     if (*render)
       return RenderCommand(r, plugins);
     if (*info)
-      return InfoCommand(infoScene, plugins);
+      return InfoCommand(infoScene, plugins, infoJson);
     if (*panel)
       return PanelCommand(p, plugins);
-    return ParamsCommand(plugins);
+    return ParamsCommand(plugins, paramsJson);
   }
   catch (const Stop& stop)
   {
