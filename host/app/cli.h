@@ -54,7 +54,7 @@ struct RenderArgs
   Int32 samples = 4, threads = 0;
   bool preview = false;
   std::vector<std::string> sets;
-  bool views = false, half = false;
+  bool views = false, half = false, quiet = false;
   std::string compression;
 };
 

@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -10,6 +11,7 @@
 #include <iostream>
 
 #include "bitmap_io.h"
+#include "progress_line.h"
 #include "render_header.h"
 #include "render/render_limits.h"
 #include "c4d_objects.h"
@@ -155,6 +157,66 @@ bool CheckRenderArgs(const RenderArgs& args, Int32& first, Int32& last)
   return true;
 }
 
+/// Each finished frame to its file or files, with the header of the file's format.
+struct FrameWriter
+{
+  FrameWriter(const RenderArgs& a, BaseDocument* d, Int32 first, host::RenderPass pass) : args(a), doc(d), firstFrame(first)
+  {
+    save.floatData = pass != host::RenderPass::Shaded;
+    save.threads = args.threads;
+    save.half = args.half;
+    if (!args.compression.empty())
+      save.compression = args.compression;
+  }
+
+  const RenderArgs& args;
+  BaseDocument* doc;
+  const Int32 firstFrame;
+  Int32 index = 0;
+  host::SaveOptions save;
+  // Only OpenEXR gets the header: the other formats' readers have no place for it.
+  const bool exrHeader = fs::path(args.out).extension() == ".exr";
+  std::vector<std::string> written;
+  std::string error;
+
+  /// The next frame's path; a frame without a range keeps the document's frame number.
+  std::string NextPath(Int32 frame)
+  {
+    ++index;
+    if (exrHeader)
+      SetTimeCode(doc, frame, save.attributes);
+    return FramePath(args.out, args.frames.empty() ? firstFrame : frame);
+  }
+
+  bool Picture(Int32 frame, const BaseBitmap& picture)
+  {
+    const std::string path = NextPath(frame);
+    if (!host::SaveBitmap(picture, path, save, &error))
+      return false;
+    written.push_back(path);
+    return true;
+  }
+
+  bool Views(Int32 frame, const std::vector<const BaseBitmap*>& views)
+  {
+    static const char* const names[] = {"left", "right"};
+    const std::string path = NextPath(frame);
+    if (!PerEye(path))
+    {
+      if (!host::SaveViews({{names[0], views[0]}, {names[1], views[1]}}, path, save, &error))
+        return false;
+      written.push_back(path);
+      return true;
+    }
+    for (size_t v = 0; v < 2; ++v)
+    {
+      if (!host::SaveBitmap(*views[v], ViewPath(path, names[v]), save, &error))
+        return false;
+      written.push_back(ViewPath(path, names[v]));
+    }
+    return true;
+  }
+};
 } // namespace
 
 int RenderCommand(const RenderArgs& args, const std::string& plugins)
@@ -196,62 +258,31 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   if (!sizeProblem.empty())
     throw Stop{args.scene + ": " + sizeProblem};
 
-  const bool terminal = isatty(STDERR_FILENO);
-  if (terminal)
-    options.progress = [](Float done) {
-      std::fprintf(stderr, "\rrendering %3d%%", static_cast<int>(done * 100.0));
-      std::fflush(stderr);
-    };
-  std::vector<std::string> written;
-  std::string saveError;
-  const Int32 firstFrame = ranged ? first : doc->GetTime().GetFrame(doc->GetFps());
-  Int32 frameIndex = 0;
-  host::SaveOptions save;
-  save.floatData = pass != host::RenderPass::Shaded;
-  save.threads = args.threads;
-  save.half = args.half;
-  if (!args.compression.empty())
-    save.compression = args.compression;
-  // Only OpenEXR gets the header: the other formats' readers have no place for it.
-  const bool exrHeader = fs::path(args.out).extension() == ".exr";
-  if (exrHeader)
-    AddSceneHeader(doc, camera(), save.attributes);
-  const auto nextPath = [&] { return FramePath(args.out, ranged ? first + frameIndex++ : firstFrame); };
-  options.frameDone = [&](Int32 frame, const BaseBitmap& picture) {
-    const std::string path = nextPath();
-    if (exrHeader)
-      SetTimeCode(doc, frame, save.attributes);
-    if (!host::SaveBitmap(picture, path, save, &saveError))
-      return false;
-    written.push_back(path);
-    return true;
-  };
+  FrameWriter writer(args, doc, ranged ? first : doc->GetTime().GetFrame(doc->GetFps()), pass);
+  if (writer.exrHeader)
+    AddSceneHeader(doc, camera(), writer.save.attributes);
+  options.frameDone = [&](Int32 frame, const BaseBitmap& picture) { return writer.Picture(frame, picture); };
   if (args.views || PerEye(args.out))
-    options.viewsDone = [&](Int32 frame, const std::vector<const BaseBitmap*>& views) {
-      const std::string path = nextPath();
-      if (exrHeader)
-        SetTimeCode(doc, frame, save.attributes);
-      static const char* const names[] = {"left", "right"};
-      if (!PerEye(path))
-      {
-        if (!host::SaveViews({{names[0], views[0]}, {names[1], views[1]}}, path, save, &saveError))
-          return false;
-        written.push_back(path);
-        return true;
-      }
-      for (size_t v = 0; v < 2; ++v)
-      {
-        if (!host::SaveBitmap(*views[v], ViewPath(path, names[v]), save, &saveError))
-          return false;
-        written.push_back(ViewPath(path, names[v]));
-      }
-      return true;
+    options.viewsDone = [&](Int32 frame, const std::vector<const BaseBitmap*>& views) { return writer.Views(frame, views); };
+  std::optional<ProgressLine> progress;
+  if (!args.quiet && isatty(STDERR_FILENO))
+  {
+    const Int32 frames = ranged ? last - first + 1 : 1;
+    const double samples = pass == host::RenderPass::Shaded ? args.samples : 1;
+    camera();
+    progress.emplace(frames, samples * plan->imagesPerFrame * rd->GetInt32(RDATA_XRES) * rd->GetInt32(RDATA_YRES));
+    options.progress = [&, frames](Float done) {
+      const Int32 index = std::min(writer.index, frames - 1);
+      progress->Show(done, writer.firstFrame + index, index);
     };
+  }
   String error;
   Bool badInput = false;
   const Bool ok = host::RenderDocument(doc, options, nullptr, &error, &badInput);
-  if (terminal)
-    std::fprintf(stderr, "\r%*s\r", 16, "");
+  if (progress)
+    progress->End();
+  const std::string& saveError = writer.error;
+  const std::vector<std::string>& written = writer.written;
   if (!ok)
   {
     if (!saveError.empty())

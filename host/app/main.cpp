@@ -34,6 +34,7 @@ CLI::App* AddRender(CLI::App& app, RenderArgs& r)
   render->add_flag("--views", r.views, "A stereo pair as the views \"left\" and \"right\" of one .exr (%V or %v in -o's file name: a file per eye)");
   render->add_option("--compression", r.compression, "OpenEXR compression (default zip)")->check(CLI::IsMember({"zip", "piz", "dwaa", "none"}));
   render->add_flag("--half", r.half, "OpenEXR channels as 16-bit float");
+  render->add_flag("--quiet", r.quiet, "No progress line");
   render->add_option("--pass", r.pass, "direction, st or origin: each pixel holds its ray's world direction, its place in an "
                      "equirectangular picture (an ST map) or its world origin (32-bit float)");
   return render;

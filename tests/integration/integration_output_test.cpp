@@ -72,3 +72,20 @@ TEST_F(Output, StereoPairAsTwoViewsOfOneExrAndAsAFilePerEye)
   EXPECT_EQ(settings.value("ORLIXTAG_EYE_SEPARATION", 0.0), 20.0);
   EXPECT_FALSE(settings.contains("ORLIXTAG_DOME_FOV")) << "a dome's setting is hidden for a panorama";
 }
+
+TEST_F(Output, ProgressLineOnATerminalUnlessQuiet)
+{
+  // `script` gives the program a terminal; its output is the terminal's, both streams in one.
+  const std::string scene = Write("s.json", R"({"format": "orlixcam-scene/1", "render": {"width": 16, "height": 16},
+    "objects": [{"type": "camera", "name": "Lens", "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_LENS": 1}}]}]})");
+  for (const bool quiet : {false, true})
+  {
+    const std::string render = std::string(ORLIXCAM_EXE) + " render " + scene + " -o " + Path("f_#.png") + " --frames 2-3" +
+                               (quiet ? " --quiet" : "");
+    const Outcome r = Run("script -qec '" + render + "' /dev/null");
+    ASSERT_EQ(r.code, 0) << r.out << r.err;
+    EXPECT_NE(r.out.find("wrote " + Path("f_3.png")), std::string::npos) << r.out;
+    EXPECT_EQ(r.out.find("\rframe 2 (1 of 2)    0%"), quiet ? std::string::npos : r.out.find("\rframe 2")) << r.out;
+    EXPECT_EQ(r.out.find("\rframe 3 (2 of 2)  100%") == std::string::npos, quiet) << r.out;
+  }
+}
