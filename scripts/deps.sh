@@ -11,6 +11,9 @@ ORLIX_PACKAGES=(
   nlohmann-json3-dev libcli11-dev libtinyobjloader-dev
 )
 
+# For the tests only: exiftool reads the metadata of written pictures back.
+ORLIX_TEST_PACKAGES=(libimage-exiftool-perl)
+
 orlix_install_deps() {
   local missing=()
   local pkg

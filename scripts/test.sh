@@ -16,7 +16,7 @@ for arg in "$@"; do
   esac
 done
 
-orlix_install_deps
+orlix_install_deps "${ORLIX_TEST_PACKAGES[@]}"
 
 jobs="$(nproc 2>/dev/null || echo 2)"
 build="$root/build"

@@ -56,6 +56,7 @@ struct RenderArgs
   std::vector<std::string> sets;
   bool views = false, half = false, quiet = false;
   std::string compression;
+  std::optional<Int32> quality;
 };
 
 int RenderCommand(const RenderArgs& args, const std::string& plugins);

@@ -11,6 +11,7 @@
 #include <iostream>
 
 #include "bitmap_io.h"
+#include "gpano.h"
 #include "progress_line.h"
 #include "render_header.h"
 #include "render/render_limits.h"
@@ -126,12 +127,15 @@ bool CheckRenderArgs(const RenderArgs& args, Int32& first, Int32& last)
   const bool dataPass = PassOf(args.pass) != host::RenderPass::Shaded;
   Bool holdsFloat = false;
   if (!host::IsPictureName(args.out, &holdsFloat))
-    throw Stop{"-o " + args.out + ": unknown picture format (use .png, .tif or .exr)"};
+    throw Stop{"-o " + args.out + ": unknown picture format (use .png, .jpg, .tif or .exr)"};
   if (dataPass && !holdsFloat)
     throw Stop{"-o " + args.out + ": the " + args.pass + " pass is written as 32-bit float: use .exr or .tif"};
   const bool exr = fs::path(args.out).extension() == ".exr";
   if (args.views && !exr && !PerEye(args.out))
     throw Stop{"-o " + args.out + ": only .exr holds both views in one file; put %V in the file name for a file per eye"};
+  const std::string ext = fs::path(args.out).extension().string();
+  if (args.quality && ext != ".jpg" && ext != ".jpeg")
+    throw Stop{"-o " + args.out + ": --quality is for .jpg files"};
   if (!exr && (args.half || !args.compression.empty()))
     throw Stop{"-o " + args.out + ": " + (args.half ? "--half" : "--compression") + " is for .exr files"};
   std::error_code ec;
@@ -167,6 +171,7 @@ struct FrameWriter
     save.half = args.half;
     if (!args.compression.empty())
       save.compression = args.compression;
+    save.quality = args.quality.value_or(save.quality);
   }
 
   const RenderArgs& args;
@@ -178,6 +183,10 @@ struct FrameWriter
   const bool exrHeader = fs::path(args.out).extension() == ".exr";
   std::vector<std::string> written;
   std::string error;
+  // The lens's rays through a few pixels of the first image, for the panorama metadata.
+  std::vector<std::pair<Float, Float>> probe;
+  std::vector<Ray> probeRays;
+  BaseObject* camera = nullptr;
 
   /// The next frame's path; a frame without a range keeps the document's frame number.
   std::string NextPath(Int32 frame)
@@ -190,6 +199,8 @@ struct FrameWriter
 
   bool Picture(Int32 frame, const BaseBitmap& picture)
   {
+    if (index == 0 && camera)
+      save.xmp = PanoramaXmp(probe, probeRays, camera->GetMg(), picture.GetBw(), picture.GetBh());
     const std::string path = NextPath(frame);
     if (!host::SaveBitmap(picture, path, save, &error))
       return false;
@@ -262,6 +273,15 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   if (writer.exrHeader)
     AddSceneHeader(doc, camera(), writer.save.attributes);
   options.frameDone = [&](Int32 frame, const BaseBitmap& picture) { return writer.Picture(frame, picture); };
+  // Panorama metadata where a viewer reads it: a frame of one image, in JPEG or PNG.
+  const std::string ext = fs::path(args.out).extension().string();
+  if ((ext == ".jpg" || ext == ".jpeg" || ext == ".png") && pass == host::RenderPass::Shaded && camera() &&
+      plan->imagesPerFrame == 1)
+  {
+    writer.camera = plan->camera;
+    writer.probe = options.probe = PanoramaProbe(rd->GetInt32(RDATA_XRES), rd->GetInt32(RDATA_YRES));
+    options.probeRays = &writer.probeRays;
+  }
   if (args.views || PerEye(args.out))
     options.viewsDone = [&](Int32 frame, const std::vector<const BaseBitmap*>& views) { return writer.Views(frame, views); };
   std::optional<ProgressLine> progress;

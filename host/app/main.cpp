@@ -20,7 +20,7 @@ CLI::App* AddRender(CLI::App& app, RenderArgs& r)
                  "  orlixcam render Examples/stereo_panorama_tb.json -o pair.exr --views --half --compression piz\n"
                  "  orlixcam render Examples/stereo_panorama_tb.json -o eye_%V.png");
   render->add_option("scene", r.scene, "The scene file (JSON)")->required();
-  render->add_option("-o,--output", r.out, "The picture to write: .png (8-bit), .tif (16-bit) or .exr (32-bit float); #### numbers frames")
+  render->add_option("-o,--output", r.out, "The picture to write: .png or .jpg (8-bit), .tif (16-bit) or .exr (32-bit float); #### numbers frames")
     ->required();
   render->add_option("--width", r.width, "Frame width in pixels (instead of the scene's)")->check(CLI::Range(1, 65536));
   render->add_option("--height", r.height, "Frame height in pixels (instead of the scene's)")->check(CLI::Range(1, 65536));
@@ -35,6 +35,7 @@ CLI::App* AddRender(CLI::App& app, RenderArgs& r)
   render->add_option("--compression", r.compression, "OpenEXR compression (default zip)")->check(CLI::IsMember({"zip", "piz", "dwaa", "none"}));
   render->add_flag("--half", r.half, "OpenEXR channels as 16-bit float");
   render->add_flag("--quiet", r.quiet, "No progress line");
+  render->add_option("--quality", r.quality, "JPEG quality, 1 to 100 (default 90)")->check(CLI::Range(1, 100));
   render->add_option("--pass", r.pass, "direction, st or origin: each pixel holds its ray's world direction, its place in an "
                      "equirectangular picture (an ST map) or its world origin (32-bit float)");
   return render;

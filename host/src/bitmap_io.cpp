@@ -84,7 +84,7 @@ Bool IsPictureName(const std::string& path, Bool* holdsFloat)
   const std::string ext = Extension(path);
   if (holdsFloat)
     *holdsFloat = ext == ".exr" || ext == ".tif" || ext == ".tiff";
-  return ext == ".png" || ext == ".tif" || ext == ".tiff" || ext == ".exr";
+  return ext == ".png" || ext == ".jpg" || ext == ".jpeg" || ext == ".tif" || ext == ".tiff" || ext == ".exr";
 }
 
 namespace
@@ -92,11 +92,11 @@ namespace
 /// The value type a file of extension `ext` stores; false with a message for one this host can't write.
 Bool FileType(const std::string& ext, Bool floatData, const std::string& path, OIIO::TypeDesc* type, std::string& err)
 {
-  if (ext == ".png")
+  if (ext == ".png" || ext == ".jpg" || ext == ".jpeg")
   {
     if (floatData)
     {
-      err = path + ": PNG holds 8 bits a channel; float data needs .exr or .tif";
+      err = path + ": " + (ext == ".png" ? "PNG" : "JPEG") + " holds 8 bits a channel; float data needs .exr or .tif";
       return false;
     }
     *type = OIIO::TypeDesc::UINT8;
@@ -107,7 +107,7 @@ Bool FileType(const std::string& ext, Bool floatData, const std::string& path, O
     *type = OIIO::TypeDesc::FLOAT;
   else
   {
-    err = path + ": unknown picture format \"" + ext + "\" (use .png, .tif or .exr)";
+    err = path + ": unknown picture format \"" + ext + "\" (use .png, .jpg, .tif or .exr)";
     return false;
   }
   return true;
@@ -161,6 +161,62 @@ Bool WriteRows(const std::vector<const BaseBitmap*>& views, OIIO::ImageOutput& o
   return written;
 }
 
+/// Bytes in big-endian order, as JPEG and PNG store their lengths.
+void PutBigEndian(std::string& out, uint32_t value, int bytes)
+{
+  for (int i = bytes - 1; i >= 0; --i)
+    out.push_back(static_cast<char>(value >> (8 * i) & 0xffu));
+}
+
+uint32_t Crc32(const std::string& bytes)
+{
+  uint32_t crc = 0xffffffffu;
+  for (const unsigned char b : bytes)
+  {
+    crc ^= b;
+    for (int k = 0; k < 8; ++k)
+      crc = crc >> 1 ^ (0xedb88320u & (0u - (crc & 1u)));
+  }
+  return crc ^ 0xffffffffu;
+}
+
+/// The written file with the XMP packet put in where its readers look: in a JPEG an APP1 segment
+/// after the JFIF one, in a PNG an iTXt chunk after the header chunk. Other formats keep none.
+Bool AddXmp(PendingFile& file, const std::string& ext, const std::string& xmp)
+{
+  const bool jpeg = ext == ".jpg" || ext == ".jpeg";
+  if (xmp.empty() || (!jpeg && ext != ".png"))
+    return true;
+  std::string bytes(static_cast<size_t>(file.Size()), '\0');
+  if (file.ReadAt(bytes.data(), bytes.size(), 0) != bytes.size() || bytes.size() < 33)
+    return false;
+  std::string block;
+  size_t at = 0;
+  if (jpeg)
+  {
+    const std::string body = std::string("http://ns.adobe.com/xap/1.0/", 29) + xmp;
+    if (body.size() + 2 > 0xffff)
+      return false;
+    block = "\xff\xe1";
+    PutBigEndian(block, static_cast<uint32_t>(body.size() + 2), 2);
+    block += body;
+    at = 2;
+    // A JFIF segment stays first.
+    if (static_cast<unsigned char>(bytes[2]) == 0xff && static_cast<unsigned char>(bytes[3]) == 0xe0)
+      at = 4 + (static_cast<size_t>(static_cast<unsigned char>(bytes[4])) << 8 | static_cast<unsigned char>(bytes[5]));
+  }
+  else
+  {
+    const std::string chunk = std::string("iTXtXML:com.adobe.xmp\0\0\0\0\0", 26) + xmp;
+    PutBigEndian(block, static_cast<uint32_t>(chunk.size() - 4), 4);
+    block += chunk;
+    PutBigEndian(block, Crc32(chunk), 4);
+    at = 33; // the signature and the header chunk
+  }
+  bytes.insert(at, block);
+  return file.WriteAt(bytes.data(), bytes.size(), 0);
+}
+
 /// The channels of `views` named by the multi-view convention; one unnamed view is plain RGB(A).
 std::vector<std::string> ChannelNames(const std::vector<std::string>& views, int channels)
 {
@@ -184,7 +240,8 @@ Bool Save(const std::vector<const BaseBitmap*>& bitmaps, const std::vector<std::
     err = path + ": the picture is empty";
     return false;
   }
-  const int channels = bitmaps.front()->HasAlpha() ? 4 : 3;
+  const bool jpeg = ext == ".jpg" || ext == ".jpeg";
+  const int channels = bitmaps.front()->HasAlpha() && !jpeg ? 4 : 3;
   PendingFile file;
   if (!file.Open(path))
   {
@@ -216,6 +273,8 @@ Bool Save(const std::vector<const BaseBitmap*>& bitmaps, const std::vector<std::
   // the bytes for three times the time at dome-master sizes.
   if (ext == ".png")
     format.attribute("png:compressionLevel", kPngLevel);
+  if (jpeg)
+    format.attribute("compression", "jpeg:" + std::to_string(std::clamp(options.quality, 1, 100)));
   out->set_ioproxy(&proxy);
   if (!out->open(path, format))
   {
@@ -224,7 +283,7 @@ Bool Save(const std::vector<const BaseBitmap*>& bitmaps, const std::vector<std::
   }
   const Bool written = WriteRows(bitmaps, *out, type, channels, options.threads);
   const Bool closed = out->close();
-  if (!written || !closed || !file.Commit())
+  if (!written || !closed || !AddXmp(file, ext, options.xmp) || !file.Commit())
   {
     const std::string encoder = out->geterror();
     err = path + ": " + (file.Problem().empty() ? "writing failed: " + encoder : file.Problem());

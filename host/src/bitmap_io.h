@@ -11,7 +11,8 @@
 
 namespace host
 {
-/// Saves `bmp` in the format its name's extension says: .png (8 bits a channel), .tif or .tiff
+/// Saves `bmp` in the format its name's extension says: .png or .jpg/.jpeg (8 bits a channel,
+/// JPEG without alpha), .tif or .tiff
 /// (16 bits, or 32-bit float with `floatData`), .exr (32-bit float). The alpha channel goes along
 /// where the picture has one. The picture is written under a temporary name beside `path` and
 /// renamed over it at the end, so `path` never holds half a picture. Pixels are converted to the
@@ -26,6 +27,9 @@ struct SaveOptions
   Int32 threads = 0;
   std::string compression = "zip"; ///< OpenEXR: "zip", "piz", "dwaa" or "none"
   Bool half = false;               ///< OpenEXR: 16-bit float channels
+  Int32 quality = 90;              ///< JPEG: 1 to 100
+  /// An XMP packet for the file's metadata, in JPEG (an APP1 segment) and PNG (an iTXt chunk).
+  std::string xmp;
   /// Header attributes by OpenImageIO's names, for the formats that keep them.
   OIIO::ParamValueList attributes;
 };

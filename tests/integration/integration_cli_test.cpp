@@ -68,6 +68,7 @@ TEST_F(Cli, EveryCommandAnswersWithItsExitCodeAndMessageAndBadInputWritesNothing
     {render + " --pass direction", 2, "use .exr or .tif"},
     {render + " --views", 2, "only .exr holds both views in one file"},
     {render + " --half", 2, "--half is for .exr files"},
+    {render + " --quality 50", 2, "--quality is for .jpg files"},
     {render + " --samples 0", 2, "--samples"},
     {render + " --width 65536 --height 65536", 2, "at most 268435456 pixels"},
     {"--plugins " + dir.string() + " params", 2, "no plug-in module at " + (dir / "OrlixCam.so").string()},

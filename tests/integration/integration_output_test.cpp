@@ -89,3 +89,44 @@ TEST_F(Output, ProgressLineOnATerminalUnlessQuiet)
     EXPECT_EQ(r.out.find("\rframe 3 (2 of 2)  100%") == std::string::npos, quiet) << r.out;
   }
 }
+
+TEST_F(Output, PanoramasCarryTheGPanoFieldsThatViewersRead)
+{
+  // A whole sphere, the 180° x 60° middle of one (a pixel the same angle both ways), and a dome,
+  // which is no equirectangular picture and so carries none.
+  struct Case
+  {
+    std::string file, params;
+    int width, height;
+    std::vector<int> fields; // full width and height, cropped left and top; none for no panorama
+  } cases[] = {
+    {"full.jpg", R"("ORLIXTAG_LENS": 0)", 64, 32, {64, 32, 0, 0}},
+    {"custom.png", R"("ORLIXTAG_LENS": 0, "ORLIXTAG_PANO_CUSTOM": true, "ORLIXTAG_PANO_FOV_H": {"deg": 180},
+      "ORLIXTAG_PANO_LAT_MIN": {"deg": -30}, "ORLIXTAG_PANO_LAT_MAX": {"deg": 30})", 256, 86, {510, 255, 127, 85}},
+    {"dome.jpg", R"("ORLIXTAG_LENS": 1)", 32, 32, {}},
+  };
+  for (const Case& c : cases)
+  {
+    SCOPED_TRACE(c.file);
+    const std::string scene = Write("s.json", R"({"format": "orlixcam-scene/1", "render": {"width": )" + std::to_string(c.width) +
+                                                  R"(, "height": )" + std::to_string(c.height) + R"(},
+      "objects": [{"type": "camera", "name": "Lens", "rotation": {"deg": [70, 0, 0]}, "tags": [{"type": "OrlixTag", "params": {)" +
+                                                  c.params + "}}]}]}");
+    const Outcome r = Orlixcam("render " + scene + " -o " + Path(c.file) + " --samples 1");
+    ASSERT_EQ(r.code, 0) << r.err;
+    const Outcome tool = Run("exiftool -j -n -XMP-GPano:all " + Path(c.file));
+    ASSERT_EQ(tool.code, 0) << tool.err;
+    const nlohmann::json read = nlohmann::json::parse(tool.out).at(0);
+    if (c.fields.empty())
+    {
+      EXPECT_FALSE(read.contains("ProjectionType")) << tool.out;
+      continue;
+    }
+    EXPECT_EQ(read.value("ProjectionType", ""), "equirectangular");
+    EXPECT_EQ(read.value("CroppedAreaImageWidthPixels", 0), c.width);
+    EXPECT_EQ(read.value("CroppedAreaImageHeightPixels", 0), c.height);
+    const std::vector<int> fields = {read.value("FullPanoWidthPixels", 0), read.value("FullPanoHeightPixels", 0),
+                                     read.value("CroppedAreaLeftPixels", -1), read.value("CroppedAreaTopPixels", -1)};
+    EXPECT_EQ(fields, c.fields) << tool.out;
+  }
+}

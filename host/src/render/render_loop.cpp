@@ -216,6 +216,9 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
     if (!lens && !SetupCamera(i))
       return false;
     TraceImage(frameIndex * static_cast<size_t>(imageCount) + static_cast<size_t>(i));
+    if (frameIndex == 0 && i == 0 && options.probeRays)
+      for (const auto& [x, y] : options.probe)
+        options.probeRays->push_back(tracer.Shoot(x, y));
     if (!Stage(VIDEOPOSTCALL_RENDER, false, frame.time))
       return false;
     if (merging || i == 0)

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "c4d.h"
@@ -51,6 +52,10 @@ struct RenderOptions
   /// or one above the other). A frame whose images don't each fill a rectangle of their own, or of
   /// a single image, is refused as bad input before anything is traced. Answering false stops.
   std::function<Bool(Int32 frame, const std::vector<const BaseBitmap*>& views)> viewsDone;
+  /// Frame positions in pixels whose rays the first image of the first frame shoots once more,
+  /// right after it is traced, into `probeRays`: how the lens maps the frame, at no cost.
+  std::vector<std::pair<Float, Float>> probe;
+  std::vector<Ray>* probeRays = nullptr;
 
   static constexpr Int32 kMaxSamples = 1024;
 };

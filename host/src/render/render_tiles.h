@@ -35,9 +35,10 @@ struct TileTracer
   void SetSamples(Int32 samples);
   void SetFrame(Int32 w, Int32 h);
   void TraceTile(Int64 tile) const;
+  /// The ray through frame position (sx, sy) in pixels.
+  Ray Shoot(Float sx, Float sy) const;
 
 private:
-  Ray Shoot(Float sx, Float sy) const;
   void TracePass(Int32 x0, Int32 y0, Int32 x1, Int32 y1) const;
   void RunPixelPosts(Float32* px, Int32 x, Int32 y) const;
 };
