@@ -179,7 +179,7 @@ host::scene::Json Choices(const host::DescriptionResource& desc, const std::stri
   {
     const Int32 value = values->GetIndexId(i);
     host::scene::Json choice = {{"value", value}, {"label", values->GetString(value).GetStdString()}};
-    // The cycle's symbols are named after the parameter's: ORLIXVP_X_Y is a choice of ORLIXVP_X.
+    // A cycle's symbols are named after its parameter's: NAME_CHOICE is a choice of NAME.
     for (const auto& [name, v] : desc.symbols)
       if (v == value && name.compare(0, symbol.size() + 1, symbol + "_") == 0)
         choice["symbol"] = name;

@@ -197,6 +197,17 @@ struct FrameWriter
     return FramePath(args.out, args.frames.empty() ? firstFrame : frame);
   }
 
+  /// Panorama metadata where a viewer reads it: a frame of one image, in JPEG or PNG.
+  void Probe(const host::RenderPlan& plan, Int32 width, Int32 height, host::RenderOptions& options)
+  {
+    const std::string ext = fs::path(args.out).extension().string();
+    if ((ext != ".jpg" && ext != ".jpeg" && ext != ".png") || plan.imagesPerFrame != 1)
+      return;
+    camera = plan.camera;
+    probe = options.probe = PanoramaProbe(width, height);
+    options.probeRays = &probeRays;
+  }
+
   bool Picture(Int32 frame, const BaseBitmap& picture)
   {
     if (index == 0 && camera)
@@ -273,15 +284,8 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   if (writer.exrHeader)
     AddSceneHeader(doc, camera(), writer.save.attributes);
   options.frameDone = [&](Int32 frame, const BaseBitmap& picture) { return writer.Picture(frame, picture); };
-  // Panorama metadata where a viewer reads it: a frame of one image, in JPEG or PNG.
-  const std::string ext = fs::path(args.out).extension().string();
-  if ((ext == ".jpg" || ext == ".jpeg" || ext == ".png") && pass == host::RenderPass::Shaded && camera() &&
-      plan->imagesPerFrame == 1)
-  {
-    writer.camera = plan->camera;
-    writer.probe = options.probe = PanoramaProbe(rd->GetInt32(RDATA_XRES), rd->GetInt32(RDATA_YRES));
-    options.probeRays = &writer.probeRays;
-  }
+  if (pass == host::RenderPass::Shaded && camera())
+    writer.Probe(*plan, rd->GetInt32(RDATA_XRES), rd->GetInt32(RDATA_YRES), options);
   if (args.views || PerEye(args.out))
     options.viewsDone = [&](Int32 frame, const std::vector<const BaseBitmap*>& views) { return writer.Views(frame, views); };
   std::optional<ProgressLine> progress;
