@@ -16,6 +16,9 @@ ORLIX_TEST_PACKAGES=(
   poppler-utils
 )
 
+# For the tests only: exiftool reads the metadata of written pictures back.
+ORLIX_TEST_PACKAGES=(libimage-exiftool-perl)
+
 orlix_install_deps() {
   local missing=()
   local pkg

@@ -58,11 +58,14 @@ struct RenderArgs
   Int32 samples = 4, threads = 0;
   bool preview = false;
   std::vector<std::string> sets;
+  bool views = false, half = false, quiet = false;
+  std::string compression;
+  std::optional<Int32> quality;
 };
 
 int RenderCommand(const RenderArgs& args, const std::string& plugins);
-int InfoCommand(const std::string& scene, const std::string& plugins);
-int ParamsCommand(const std::string& plugins);
+int InfoCommand(const std::string& scene, const std::string& plugins, bool json = false);
+int ParamsCommand(const std::string& plugins, bool json = false);
 
 struct PanelArgs
 {

@@ -3,12 +3,16 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
 
 #include "bitmap_io.h"
+#include "gpano.h"
+#include "progress_line.h"
+#include "render_header.h"
 #include "render/render_limits.h"
 #include "c4d_objects.h"
 
@@ -43,6 +47,25 @@ std::string FramePath(const std::string& out, Int32 frame)
   return out.substr(0, at) + number + out.substr(end);
 }
 
+/// Whether OUT names one file per eye: %V (left, right) or %v (l, r) in its file name.
+bool PerEye(const std::string& out)
+{
+  const std::string name = fs::path(out).filename().string();
+  return name.find("%V") != std::string::npos || name.find("%v") != std::string::npos;
+}
+
+/// OUT with %V and %v in its file name replaced by the view's name and its first letter.
+std::string ViewPath(const std::string& out, const std::string& view)
+{
+  const std::string::size_type slash = out.rfind('/');
+  std::string path = out;
+  for (std::string::size_type at = path.find('%', slash == std::string::npos ? 0 : slash + 1);
+       at != std::string::npos && at + 1 < path.size(); at = path.find('%', at + 1))
+    if (path[at + 1] == 'V' || path[at + 1] == 'v')
+      path.replace(at, 2, path[at + 1] == 'V' ? view : view.substr(0, 1));
+  return path;
+}
+
 void ParseFrames(const std::string& text, Int32& first, Int32& last)
 {
   std::string::size_type dash = text.find('-', 1);
@@ -69,38 +92,139 @@ void ParseFrames(const std::string& text, Int32& first, Int32& last)
     throw Stop{"--frames " + text + ": the range ends before it starts"};
 }
 
+/// The pass that --pass names; Shaded for none.
+host::RenderPass PassOf(const std::string& name)
+{
+  static const std::pair<const char*, host::RenderPass> passes[] = {
+    {"direction", host::RenderPass::Direction}, {"st", host::RenderPass::St}, {"origin", host::RenderPass::Origin}};
+  if (name.empty())
+    return host::RenderPass::Shaded;
+  for (const auto& [n, pass] : passes)
+    if (name == n)
+      return pass;
+  throw Stop{"--pass " + name + ": unknown pass; the passes are \"direction\", \"st\" and \"origin\""};
+}
+
 /// What can be checked before anything loads or renders; the frame range, if given, in `first`
 /// and `last`.
 bool CheckRenderArgs(const RenderArgs& args, Int32& first, Int32& last)
 {
-  const bool directionPass = args.pass == "direction";
-  if (!args.pass.empty() && !directionPass)
-    throw Stop{"--pass " + args.pass + ": the only pass is \"direction\""};
+  const bool dataPass = PassOf(args.pass) != host::RenderPass::Shaded;
   Bool holdsFloat = false;
   if (!host::IsPictureName(args.out, &holdsFloat))
-    throw Stop{"-o " + args.out + ": unknown picture format (use .png, .tif or .exr)"};
-  if (directionPass && !holdsFloat)
-    throw Stop{"-o " + args.out + ": the direction pass is written as 32-bit float: use .exr or .tif"};
+    throw Stop{"-o " + args.out + ": unknown picture format (use .png, .jpg, .tif or .exr)"};
+  if (dataPass && !holdsFloat)
+    throw Stop{"-o " + args.out + ": the " + args.pass + " pass is written as 32-bit float: use .exr or .tif"};
+  const bool exr = fs::path(args.out).extension() == ".exr";
+  if (args.views && !exr && !PerEye(args.out))
+    throw Stop{"-o " + args.out + ": only .exr holds both views in one file; put %V in the file name for a file per eye"};
+  const std::string ext = fs::path(args.out).extension().string();
+  if (args.quality && ext != ".jpg" && ext != ".jpeg")
+    throw Stop{"-o " + args.out + ": --quality is for .jpg files"};
+  if (!exr && (args.half || !args.compression.empty()))
+    throw Stop{"-o " + args.out + ": " + (args.half ? "--half" : "--compression") + " is for .exr files"};
+  const auto check = [&](const std::string& path) {
+    CheckOutputFile("-o", ViewPath(path, "right"));
+    CheckOutputFile("-o", ViewPath(path, "left"));
+  };
   if (args.frames.empty())
   {
-    CheckOutputFile("-o", args.out);
+    check(args.out);
     return false;
   }
   ParseFrames(args.frames, first, last);
   if (last > first && FrameMark(args.out) == std::string::npos)
     throw Stop{"--frames " + args.frames + ": several frames need #### in -o's file name to number them"};
-  CheckOutputFile("-o", FramePath(args.out, first));
-  CheckOutputFile("-o", FramePath(args.out, last));
+  check(FramePath(args.out, first));
+  check(FramePath(args.out, last));
   return true;
 }
 
+/// Each finished frame to its file or files, with the header of the file's format.
+struct FrameWriter
+{
+  FrameWriter(const RenderArgs& a, BaseDocument* d, Int32 first, host::RenderPass pass) : args(a), doc(d), firstFrame(first)
+  {
+    save.floatData = pass != host::RenderPass::Shaded;
+    save.threads = args.threads;
+    save.half = args.half;
+    if (!args.compression.empty())
+      save.compression = args.compression;
+    save.quality = args.quality.value_or(save.quality);
+  }
+
+  const RenderArgs& args;
+  BaseDocument* doc;
+  const Int32 firstFrame;
+  Int32 index = 0;
+  host::SaveOptions save;
+  // Only OpenEXR gets the header: the other formats' readers have no place for it.
+  const bool exrHeader = fs::path(args.out).extension() == ".exr";
+  std::vector<std::string> written;
+  std::string error;
+  // The lens's rays through a few pixels of the first image, for the panorama metadata.
+  std::vector<std::pair<Float, Float>> probe;
+  std::vector<Ray> probeRays;
+  BaseObject* camera = nullptr;
+
+  /// The next frame's path; a frame without a range keeps the document's frame number.
+  std::string NextPath(Int32 frame)
+  {
+    ++index;
+    if (exrHeader)
+      SetTimeCode(doc, frame, save.attributes);
+    return FramePath(args.out, args.frames.empty() ? firstFrame : frame);
+  }
+
+  /// Panorama metadata where a viewer reads it: a frame of one image, in JPEG or PNG.
+  void Probe(const host::RenderPlan& plan, Int32 width, Int32 height, host::RenderOptions& options)
+  {
+    const std::string ext = fs::path(args.out).extension().string();
+    if ((ext != ".jpg" && ext != ".jpeg" && ext != ".png") || plan.imagesPerFrame != 1)
+      return;
+    camera = plan.camera;
+    probe = options.probe = PanoramaProbe(width, height);
+    options.probeRays = &probeRays;
+  }
+
+  bool Picture(Int32 frame, const BaseBitmap& picture)
+  {
+    if (index == 0 && camera)
+      save.xmp = PanoramaXmp(probe, probeRays, camera->GetMg(), picture.GetBw(), picture.GetBh());
+    const std::string path = NextPath(frame);
+    if (!host::SaveBitmap(picture, path, save, &error))
+      return false;
+    written.push_back(path);
+    return true;
+  }
+
+  bool Views(Int32 frame, const std::vector<const BaseBitmap*>& views)
+  {
+    static const char* const names[] = {"left", "right"};
+    const std::string path = NextPath(frame);
+    if (!PerEye(path))
+    {
+      if (!host::SaveViews({{names[0], views[0]}, {names[1], views[1]}}, path, save, &error))
+        return false;
+      written.push_back(path);
+      return true;
+    }
+    for (size_t v = 0; v < 2; ++v)
+    {
+      if (!host::SaveBitmap(*views[v], ViewPath(path, names[v]), save, &error))
+        return false;
+      written.push_back(ViewPath(path, names[v]));
+    }
+    return true;
+  }
+};
 } // namespace
 
 int RenderCommand(const RenderArgs& args, const std::string& plugins)
 {
   Int32 first = 0, last = 0;
   const bool ranged = CheckRenderArgs(args, first, last);
-  const bool directionPass = args.pass == "direction";
+  const host::RenderPass pass = PassOf(args.pass);
 
   host::PluginModule module;
   LoadPlugin(module, plugins);
@@ -115,7 +239,7 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   options.samples = args.samples;
   options.threads = args.threads;
   options.editorRender = args.preview;
-  options.directionPass = directionPass;
+  options.pass = pass;
   if (ranged)
   {
     options.firstFrame = first;
@@ -135,29 +259,33 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   if (!sizeProblem.empty())
     throw Stop{args.scene + ": " + sizeProblem};
 
-  const bool terminal = isatty(STDERR_FILENO);
-  if (terminal)
-    options.progress = [](Float done) {
-      std::fprintf(stderr, "\rrendering %3d%%", static_cast<int>(done * 100.0));
-      std::fflush(stderr);
+  FrameWriter writer(args, doc, ranged ? first : doc->GetTime().GetFrame(doc->GetFps()), pass);
+  if (writer.exrHeader)
+    AddSceneHeader(doc, camera(), writer.save.attributes);
+  options.frameDone = [&](Int32 frame, const BaseBitmap& picture) { return writer.Picture(frame, picture); };
+  if (pass == host::RenderPass::Shaded && camera())
+    writer.Probe(*plan, rd->GetInt32(RDATA_XRES), rd->GetInt32(RDATA_YRES), options);
+  if (args.views || PerEye(args.out))
+    options.viewsDone = [&](Int32 frame, const std::vector<const BaseBitmap*>& views) { return writer.Views(frame, views); };
+  std::optional<ProgressLine> progress;
+  if (!args.quiet && isatty(STDERR_FILENO))
+  {
+    const Int32 frames = ranged ? last - first + 1 : 1;
+    const double samples = pass == host::RenderPass::Shaded ? args.samples : 1;
+    camera();
+    progress.emplace(frames, samples * plan->imagesPerFrame * rd->GetInt32(RDATA_XRES) * rd->GetInt32(RDATA_YRES));
+    options.progress = [&, frames](Float done) {
+      const Int32 index = std::min(writer.index, frames - 1);
+      progress->Show(done, writer.firstFrame + index, index);
     };
-  std::vector<std::string> written;
-  std::string saveError;
-  const Int32 firstFrame = ranged ? first : doc->GetTime().GetFrame(doc->GetFps());
-  Int32 frameIndex = 0;
-  options.frameDone = [&](Int32, const BaseBitmap& picture) {
-    const std::string path = FramePath(args.out, ranged ? first + frameIndex : firstFrame);
-    ++frameIndex;
-    if (!host::SaveBitmap(picture, path, directionPass, &saveError, args.threads))
-      return false;
-    written.push_back(path);
-    return true;
-  };
+  }
   String error;
   Bool badInput = false;
   const Bool ok = host::RenderDocument(doc, options, nullptr, &error, &badInput);
-  if (terminal)
-    std::fprintf(stderr, "\r%*s\r", 16, "");
+  if (progress)
+    progress->End();
+  const std::string& saveError = writer.error;
+  const std::vector<std::string>& written = writer.written;
   if (!ok)
   {
     if (!saveError.empty())

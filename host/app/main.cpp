@@ -16,9 +16,11 @@ CLI::App* AddRender(CLI::App& app, RenderArgs& r)
   CLI::App* render = app.add_subcommand("render", "Render a scene to a picture");
   render->footer("Example:\n  orlixcam render Examples/fulldome.json -o dome.png --samples 4\n"
                  "  orlixcam render Examples/dome_slate.json -o frames/dome_####.png --frames 0-24\n"
-                 "  orlixcam render Examples/panorama.json -o dirs.exr --pass direction --set width=1024");
+                 "  orlixcam render Examples/panorama.json -o dirs.exr --pass direction --set width=1024\n"
+                 "  orlixcam render Examples/stereo_panorama_tb.json -o pair.exr --views --half --compression piz\n"
+                 "  orlixcam render Examples/stereo_panorama_tb.json -o eye_%V.png");
   render->add_option("scene", r.scene, "The scene file (JSON)")->required();
-  render->add_option("-o,--output", r.out, "The picture to write: .png (8-bit), .tif (16-bit) or .exr (32-bit float); #### numbers frames")
+  render->add_option("-o,--output", r.out, "The picture to write: .png or .jpg (8-bit), .tif (16-bit) or .exr (32-bit float); #### numbers frames")
     ->required();
   render->add_option("--width", r.width, "Frame width in pixels (instead of the scene's)")->check(CLI::Range(1, 65536));
   render->add_option("--height", r.height, "Frame height in pixels (instead of the scene's)")->check(CLI::Range(1, 65536));
@@ -29,7 +31,13 @@ CLI::App* AddRender(CLI::App& app, RenderArgs& r)
   render->add_option("--set", r.sets, "SYMBOL=VALUE: a parameter of a tag on the render camera or of a video post (see params), or width, height, fps, "
                      "stereo, alpha")
     ->allow_extra_args(false);
-  render->add_option("--pass", r.pass, "direction: each pixel holds the world direction of its ray (32-bit float)");
+  render->add_flag("--views", r.views, "A stereo pair as the views \"left\" and \"right\" of one .exr (%V or %v in -o's file name: a file per eye)");
+  render->add_option("--compression", r.compression, "OpenEXR compression (default zip)")->check(CLI::IsMember({"zip", "piz", "dwaa", "none"}));
+  render->add_flag("--half", r.half, "OpenEXR channels as 16-bit float");
+  render->add_flag("--quiet", r.quiet, "No progress line");
+  render->add_option("--quality", r.quality, "JPEG quality, 1 to 100 (default 90)")->check(CLI::Range(1, 100));
+  render->add_option("--pass", r.pass, "direction, st or origin: each pixel holds its ray's world direction, its place in an "
+                     "equirectangular picture (an ST map) or its world origin (32-bit float)");
   return render;
 }
 
@@ -131,6 +139,8 @@ int Run(int argc, char** argv)
   CLI::App* info = app.add_subcommand("info", "Show a scene in brief: cameras, the render camera and its lens, images per frame, size");
   info->footer("Example:\n  orlixcam info Examples/stereo_cubemap_sbs.json");
   info->add_option("scene", infoScene, "The scene file (JSON)")->required();
+  bool infoJson = false;
+  info->add_flag("--json", infoJson, "The same as one JSON object");
 
   PanelArgs p;
   CLI::App* panel = AddPanel(app, p);
@@ -145,7 +155,9 @@ int Run(int argc, char** argv)
   CLI::App* command = AddCommand(app, c);
 
   CLI::App* params = app.add_subcommand("params", "List every parameter of every description the plug-ins registered");
-  params->footer("Example:\n  orlixcam params | grep DOME");
+  params->footer("Example:\n  orlixcam params | grep DOME\n  orlixcam params --json");
+  bool paramsJson = false;
+  params->add_flag("--json", paramsJson, "Every description as JSON: id, symbol, type, default, unit and a cycle's choices");
 
   try
   {
@@ -163,7 +175,7 @@ int Run(int argc, char** argv)
     if (*render)
       return RenderCommand(r, plugins);
     if (*info)
-      return InfoCommand(infoScene, plugins);
+      return InfoCommand(infoScene, plugins, infoJson);
     if (*panel)
       return PanelCommand(p, plugins);
     if (*pad)
@@ -174,7 +186,7 @@ int Run(int argc, char** argv)
       return CommandsCommand(plugins);
     if (*command)
       return CommandCommand(c, plugins);
-    return ParamsCommand(plugins);
+    return ParamsCommand(plugins, paramsJson);
   }
   catch (const Stop& stop)
   {

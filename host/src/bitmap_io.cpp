@@ -27,9 +27,9 @@ constexpr int kPngLevel = 2;
 /// One row of ARGB floats as the file's RGB(A) values: integers are clamped to 0..1 and rounded
 /// to the nearest step (`scale` steps), floats go as they are.
 template <typename T>
-void ConvertRow(const float* argb, Int32 w, int channels, T* out, float scale)
+void ConvertRow(const float* argb, Int32 w, int channels, T* out, int stride, float scale)
 {
-  for (Int32 x = 0; x < w; ++x, argb += 4, out += channels)
+  for (Int32 x = 0; x < w; ++x, argb += 4, out += stride)
     for (int c = 0; c < channels; ++c)
     {
       const float v = argb[c < 3 ? c + 1 : 0];
@@ -84,7 +84,7 @@ Bool IsPictureName(const std::string& path, Bool* holdsFloat)
   const std::string ext = Extension(path);
   if (holdsFloat)
     *holdsFloat = ext == ".exr" || ext == ".tif" || ext == ".tiff";
-  return ext == ".png" || ext == ".tif" || ext == ".tiff" || ext == ".exr";
+  return ext == ".png" || ext == ".jpg" || ext == ".jpeg" || ext == ".tif" || ext == ".tiff" || ext == ".exr";
 }
 
 namespace
@@ -92,11 +92,11 @@ namespace
 /// The value type a file of extension `ext` stores; false with a message for one this host can't write.
 Bool FileType(const std::string& ext, Bool floatData, const std::string& path, OIIO::TypeDesc* type, std::string& err)
 {
-  if (ext == ".png")
+  if (ext == ".png" || ext == ".jpg" || ext == ".jpeg")
   {
     if (floatData)
     {
-      err = path + ": PNG holds 8 bits a channel; float data needs .exr or .tif";
+      err = path + ": " + (ext == ".png" ? "PNG" : "JPEG") + " holds 8 bits a channel; float data needs .exr or .tif";
       return false;
     }
     *type = OIIO::TypeDesc::UINT8;
@@ -107,21 +107,24 @@ Bool FileType(const std::string& ext, Bool floatData, const std::string& path, O
     *type = OIIO::TypeDesc::FLOAT;
   else
   {
-    err = path + ": unknown picture format \"" + ext + "\" (use .png, .tif or .exr)";
+    err = path + ": unknown picture format \"" + ext + "\" (use .png, .jpg, .tif or .exr)";
     return false;
   }
   return true;
 }
 
-/// Every row of `bmp` into the opened `out` as values of `type`; false where memory or the writer fails.
-Bool WriteRows(const BaseBitmap& bmp, OIIO::ImageOutput& out, OIIO::TypeDesc type, int channels, Int32 threads)
+/// Every row of `views` (pictures of one size, side by side in each pixel) into the opened `out`
+/// as values of `type`; false where memory or the writer fails.
+Bool WriteRows(const std::vector<const BaseBitmap*>& views, OIIO::ImageOutput& out, OIIO::TypeDesc type, int channels,
+               Int32 threads)
 {
   // Strips of rows, converted to the file's type as they go, rows side by side: no second copy
   // of the whole picture in memory, and only the encoder's own work left on one thread.
   constexpr Int32 kStrip = 64;
-  const Int32 w = bmp.GetBw(), h = bmp.GetBh();
+  const Int32 w = views.front()->GetBw(), h = views.front()->GetBh();
+  const int stride = channels * static_cast<int>(views.size());
   const size_t valueSize = type.size();
-  const size_t rowValues = size_t(w) * size_t(channels);
+  const size_t rowValues = size_t(w) * size_t(stride);
   std::vector<unsigned char> strip;
   try
   {
@@ -140,39 +143,105 @@ Bool WriteRows(const BaseBitmap& bmp, OIIO::ImageOutput& out, OIIO::TypeDesc typ
       tbb::parallel_for(tbb::blocked_range<Int32>(y0, y1, 8), [&](const tbb::blocked_range<Int32>& rows) {
         std::vector<float> row(size_t(w) * 4);
         for (Int32 y = rows.begin(); y < rows.end(); ++y)
-        {
-          bmp.GetPixelCnt(0, y, w, reinterpret_cast<UChar*>(row.data()), 16, COLORMODE_ARGBf);
-          unsigned char* o = strip.data() + size_t(y - y0) * rowValues * valueSize;
-          if (type == OIIO::TypeDesc::UINT8)
-            ConvertRow(row.data(), w, channels, o, 255.0f);
-          else if (type == OIIO::TypeDesc::UINT16)
-            ConvertRow(row.data(), w, channels, reinterpret_cast<std::uint16_t*>(o), 65535.0f);
-          else
-            ConvertRow(row.data(), w, channels, reinterpret_cast<float*>(o), 0.0f);
-        }
+          for (size_t v = 0; v < views.size(); ++v)
+          {
+            views[v]->GetPixelCnt(0, y, w, reinterpret_cast<UChar*>(row.data()), 16, COLORMODE_ARGBf);
+            unsigned char* o = strip.data() + (size_t(y - y0) * rowValues + v * size_t(channels)) * valueSize;
+            if (type == OIIO::TypeDesc::UINT8)
+              ConvertRow(row.data(), w, channels, o, stride, 255.0f);
+            else if (type == OIIO::TypeDesc::UINT16)
+              ConvertRow(row.data(), w, channels, reinterpret_cast<std::uint16_t*>(o), stride, 65535.0f);
+            else
+              ConvertRow(row.data(), w, channels, reinterpret_cast<float*>(o), stride, 0.0f);
+          }
       });
     });
     written = out.write_scanlines(y0, y1, 0, type, strip.data());
   }
   return written;
 }
-} // namespace
 
-Bool SaveBitmap(const BaseBitmap& bmp, const std::string& path, Bool floatData, std::string* error, Int32 threads)
+/// Bytes in big-endian order, as JPEG and PNG store their lengths.
+void PutBigEndian(std::string& out, uint32_t value, int bytes)
 {
-  std::string ignored;
-  std::string& err = error ? *error : ignored;
+  for (int i = bytes - 1; i >= 0; --i)
+    out.push_back(static_cast<char>(value >> (8 * i) & 0xffu));
+}
+
+uint32_t Crc32(const std::string& bytes)
+{
+  uint32_t crc = 0xffffffffu;
+  for (const unsigned char b : bytes)
+  {
+    crc ^= b;
+    for (int k = 0; k < 8; ++k)
+      crc = crc >> 1 ^ (0xedb88320u & (0u - (crc & 1u)));
+  }
+  return crc ^ 0xffffffffu;
+}
+
+/// The written file with the XMP packet put in where its readers look: in a JPEG an APP1 segment
+/// after the JFIF one, in a PNG an iTXt chunk after the header chunk. Other formats keep none.
+Bool AddXmp(PendingFile& file, const std::string& ext, const std::string& xmp)
+{
+  const bool jpeg = ext == ".jpg" || ext == ".jpeg";
+  if (xmp.empty() || (!jpeg && ext != ".png"))
+    return true;
+  std::string bytes(static_cast<size_t>(file.Size()), '\0');
+  if (file.ReadAt(bytes.data(), bytes.size(), 0) != bytes.size() || bytes.size() < 33)
+    return false;
+  std::string block;
+  size_t at = 0;
+  if (jpeg)
+  {
+    const std::string body = std::string("http://ns.adobe.com/xap/1.0/", 29) + xmp;
+    if (body.size() + 2 > 0xffff)
+      return false;
+    block = "\xff\xe1";
+    PutBigEndian(block, static_cast<uint32_t>(body.size() + 2), 2);
+    block += body;
+    at = 2;
+    // A JFIF segment stays first.
+    if (static_cast<unsigned char>(bytes[2]) == 0xff && static_cast<unsigned char>(bytes[3]) == 0xe0)
+      at = 4 + (static_cast<size_t>(static_cast<unsigned char>(bytes[4])) << 8 | static_cast<unsigned char>(bytes[5]));
+  }
+  else
+  {
+    const std::string chunk = std::string("iTXtXML:com.adobe.xmp\0\0\0\0\0", 26) + xmp;
+    PutBigEndian(block, static_cast<uint32_t>(chunk.size() - 4), 4);
+    block += chunk;
+    PutBigEndian(block, Crc32(chunk), 4);
+    at = 33; // the signature and the header chunk
+  }
+  bytes.insert(at, block);
+  return file.WriteAt(bytes.data(), bytes.size(), 0);
+}
+
+/// The channels of `views` named by the multi-view convention; one unnamed view is plain RGB(A).
+std::vector<std::string> ChannelNames(const std::vector<std::string>& views, int channels)
+{
+  std::vector<std::string> names;
+  for (size_t v = 0; v < std::max<size_t>(1, views.size()); ++v)
+    for (int c = 0; c < channels; ++c)
+      names.push_back((v == 0 ? std::string() : views[v] + ".") + "RGBA"[c]);
+  return names;
+}
+
+Bool Save(const std::vector<const BaseBitmap*>& bitmaps, const std::vector<std::string>& viewNames,
+          const std::string& path, const SaveOptions& options, std::string& err)
+{
   const std::string ext = Extension(path);
   OIIO::TypeDesc type;
-  if (!FileType(ext, floatData, path, &type, err))
+  if (!FileType(ext, options.floatData, path, &type, err))
     return false;
-  const Int32 w = bmp.GetBw(), h = bmp.GetBh();
+  const Int32 w = bitmaps.front()->GetBw(), h = bitmaps.front()->GetBh();
   if (w <= 0 || h <= 0)
   {
     err = path + ": the picture is empty";
     return false;
   }
-  const int channels = bmp.HasAlpha() ? 4 : 3;
+  const bool jpeg = ext == ".jpg" || ext == ".jpeg";
+  const int channels = bitmaps.front()->HasAlpha() && !jpeg ? 4 : 3;
   PendingFile file;
   if (!file.Open(path))
   {
@@ -186,29 +255,86 @@ Bool SaveBitmap(const BaseBitmap& bmp, const std::string& path, Bool floatData, 
     err = path + ": " + OIIO::geterror();
     return false;
   }
-  OIIO::ImageSpec format(w, h, channels, type);
-  if (channels == 4)
-    format.alpha_channel = 3;
+  const int stored = channels * static_cast<int>(bitmaps.size());
+  OIIO::ImageSpec format(w, h, stored, ext == ".exr" && options.half ? OIIO::TypeDesc::HALF : type);
+  format.channelnames = ChannelNames(viewNames, channels);
+  format.alpha_channel = channels == 4 ? 3 : -1;
+  format.extra_attribs = options.attributes;
   if (ext == ".exr")
-    format.attribute("compression", "zip");
+    format.attribute("compression", options.compression);
+  if (viewNames.size() > 1)
+  {
+    std::vector<const char*> names;
+    for (const std::string& n : viewNames)
+      names.push_back(n.c_str());
+    format.attribute("multiView", OIIO::TypeDesc(OIIO::TypeDesc::STRING, static_cast<int>(names.size())), names.data());
+  }
   // Fast deflate: most of the time of writing a PNG goes into zlib, and level 6 saves a third of
   // the bytes for three times the time at dome-master sizes.
   if (ext == ".png")
     format.attribute("png:compressionLevel", kPngLevel);
+  if (jpeg)
+    format.attribute("compression", "jpeg:" + std::to_string(std::clamp(options.quality, 1, 100)));
   out->set_ioproxy(&proxy);
   if (!out->open(path, format))
   {
     err = path + ": cannot write: " + (file.Problem().empty() ? out->geterror() : file.Problem());
     return false;
   }
-  const Bool written = WriteRows(bmp, *out, type, channels, threads);
+  const Bool written = WriteRows(bitmaps, *out, type, channels, options.threads);
   const Bool closed = out->close();
-  if (!written || !closed || !file.Commit())
+  if (!written || !closed || !AddXmp(file, ext, options.xmp) || !file.Commit())
   {
     const std::string encoder = out->geterror();
     err = path + ": " + (file.Problem().empty() ? "writing failed: " + encoder : file.Problem());
     return false;
   }
   return true;
+}
+} // namespace
+
+Bool SaveBitmap(const BaseBitmap& bmp, const std::string& path, Bool floatData, std::string* error, Int32 threads)
+{
+  SaveOptions options;
+  options.floatData = floatData;
+  options.threads = threads;
+  return SaveBitmap(bmp, path, options, error);
+}
+
+Bool SaveBitmap(const BaseBitmap& bmp, const std::string& path, const SaveOptions& options, std::string* error)
+{
+  std::string ignored;
+  return Save({&bmp}, {}, path, options, error ? *error : ignored);
+}
+
+Bool SaveViews(const std::vector<std::pair<std::string, const BaseBitmap*>>& views, const std::string& path,
+               const SaveOptions& options, std::string* error)
+{
+  std::string ignored;
+  std::string& err = error ? *error : ignored;
+  if (Extension(path) != ".exr")
+  {
+    err = path + ": only OpenEXR (.exr) holds several views in one file";
+    return false;
+  }
+  std::vector<const BaseBitmap*> bitmaps;
+  std::vector<std::string> names;
+  for (const auto& [name, bmp] : views)
+  {
+    if (bmp->GetBw() != views.front().second->GetBw() || bmp->GetBh() != views.front().second->GetBh() ||
+        bmp->HasAlpha() != views.front().second->HasAlpha())
+    {
+      err = path + ": the views differ in size";
+      return false;
+    }
+    bitmaps.push_back(bmp);
+    names.push_back(name);
+  }
+  if (bitmaps.empty())
+  {
+    err = path + ": no views to write";
+    return false;
+  }
+  return Save(bitmaps, names, path, options, err);
 }
 } // namespace host

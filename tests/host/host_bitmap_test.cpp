@@ -226,8 +226,8 @@ TEST_F(BitmapTest, RefusedWritesLeaveNothingAndKeepTheOldFile)
   Bitmap b;
   Fill(b.bmp, 4, 4, false);
   std::string error;
-  EXPECT_FALSE(host::SaveBitmap(*b.bmp, scratch.Path("p.jpg"), false, &error));
-  EXPECT_NE(error.find("unknown picture format \".jpg\""), std::string::npos) << error;
+  EXPECT_FALSE(host::SaveBitmap(*b.bmp, scratch.Path("p.bmp"), false, &error));
+  EXPECT_NE(error.find("unknown picture format \".bmp\""), std::string::npos) << error;
   EXPECT_FALSE(host::SaveBitmap(*b.bmp, scratch.Path("d.png"), true, &error));
   EXPECT_NE(error.find("float data needs .exr or .tif"), std::string::npos) << error;
   EXPECT_FALSE(host::SaveBitmap(*b.bmp, scratch.Path("missing/p.png"), false, &error));

@@ -66,6 +66,9 @@ TEST_F(Cli, EveryCommandAnswersWithItsExitCodeAndMessageAndBadInputWritesNothing
     {render + " --set stereo=maybe", 2, "expected true or false"},
     {render + " --set =1", 2, "expected SYMBOL=VALUE"},
     {render + " --pass direction", 2, "use .exr or .tif"},
+    {render + " --views", 2, "only .exr holds both views in one file"},
+    {render + " --half", 2, "--half is for .exr files"},
+    {render + " --quality 50", 2, "--quality is for .jpg files"},
     {render + " --samples 0", 2, "--samples"},
     {render + " --width 65536 --height 65536", 2, "at most 268435456 pixels"},
     {"--plugins " + dir.string() + " params", 2, "no plug-in module at " + (dir / "OrlixCam.so").string()},
@@ -84,6 +87,9 @@ TEST_F(Cli, EveryCommandAnswersWithItsExitCodeAndMessageAndBadInputWritesNothing
     {"params", 0, "OrlixCam (video post \"OrlixCam\")"},
     {"params", 0, "  1008   ORLIXTAG_DOME_FOV                      REAL       {\"deg\":180.0}"},
     {"params", 0, "1048   ORLIXVP_CUBE_LAYOUT"},
+    {"params", 0, "  1 Dome (ORLIXTAG_LENS_DOME)\n"},
+    {"params --json", 0, "\"label\": \"Cylindrical\",\n            \"symbol\": \"ORLIXTAG_LENS_CYLINDRICAL\",\n            \"value\": 2"},
+    {dome + " --json", 0, "\"renderCamera\": {\n    \"name\": \"Lens\",\n    \"tags\": [\n      \"OrlixTag\"\n    ]\n  }"},
     {dome, 0, "cameras   3: \"Plain\" \"Off\" \"Lens\""},
     {dome, 0, "lens      camera \"Lens\", tag OrlixTag; rays from video post OrlixCam"},
     {dome, 0, "images    1 per frame"},
@@ -91,6 +97,8 @@ TEST_F(Cli, EveryCommandAnswersWithItsExitCodeAndMessageAndBadInputWritesNothing
      "images    6 per frame"},
     {info("stereo.json", R"("stereo": true, "videoPosts": [{"type": "OrlixCam", "params": {"ORLIXVP_STEREO_MODE": 1}}])",
           3), 0, "images    12 per frame"},
+    {info("stereo.json", R"("stereo": true, "videoPosts": [{"type": "OrlixCam", "params": {"ORLIXVP_STEREO_MODE": 1}}])",
+          3) + " --json", 0, "\"imagesPerFrame\": 12"},
   };
   const std::string before = Read(good);
   for (const Case& c : cases)

@@ -192,4 +192,54 @@ void ApplySelection(const PassSelection& selection, const std::vector<const Rend
       frame.SetAlphaAt(x, y, images[static_cast<size_t>(k)]->AlphaAt(selection.x[i], selection.y[i]));
     }
 }
+
+std::vector<FrameArea> ImageAreas(const PassSelection& selection, Int32 count, std::string& problem)
+{
+  std::vector<FrameArea> areas(static_cast<size_t>(count), FrameArea{selection.width, selection.height, 0, 0});
+  for (Int32 y = 0; y < selection.height; ++y)
+    for (Int32 x = 0; x < selection.width; ++x)
+    {
+      const Int32 k = selection.image[static_cast<size_t>(y) * static_cast<size_t>(selection.width) + static_cast<size_t>(x)];
+      if (k < 0 || k >= count)
+        continue;
+      FrameArea& a = areas[static_cast<size_t>(k)];
+      a.x0 = std::min(a.x0, x), a.y0 = std::min(a.y0, y), a.x1 = std::max(a.x1, x + 1), a.y1 = std::max(a.y1, y + 1);
+    }
+  // Each rectangle must be its image's alone and whole: rows interlaced or a cube's cross are not.
+  for (Int32 k = 0; k < count; ++k)
+  {
+    const FrameArea& a = areas[static_cast<size_t>(k)];
+    Bool whole = a.x0 < a.x1;
+    for (Int32 y = a.y0; whole && y < a.y1; ++y)
+      for (Int32 x = a.x0; whole && x < a.x1; ++x)
+        whole = selection.image[static_cast<size_t>(y) * static_cast<size_t>(selection.width) + static_cast<size_t>(x)] == k;
+    if (!whole)
+    {
+      problem = "image " + std::to_string(k + 1) + " of " + std::to_string(count) +
+                " doesn't fill a rectangle of the frame of its own";
+      return {};
+    }
+  }
+  return areas;
+}
+
+RenderBitmap* CopyArea(const RenderBitmap& frame, const FrameArea& area)
+{
+  RenderBitmap* part = RenderBitmap::Alloc();
+  if (!part || !part->Init(area.x1 - area.x0, area.y1 - area.y0, frame.HasAlpha()))
+  {
+    BaseBitmap* unused = part;
+    BaseBitmap::Free(unused);
+    return nullptr;
+  }
+  for (Int32 y = area.y0; y < area.y1; ++y)
+    for (Int32 x = area.x0; x < area.x1; ++x)
+    {
+      const Float32* in = frame.Colours(x, y);
+      Float32* out = part->Colours(x - area.x0, y - area.y0);
+      out[0] = in[0], out[1] = in[1], out[2] = in[2];
+      part->SetAlphaAt(x - area.x0, y - area.y0, frame.AlphaAt(x, y));
+    }
+  return part;
+}
 } // namespace host::render

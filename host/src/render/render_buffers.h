@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "c4d.h"
@@ -82,6 +83,19 @@ enum class MergeKind
 /// the render's own bitmaps, before anything is traced into them.
 MergeKind LearnMerge(VideoPostData* data, BaseVideoPost* node, const std::vector<RenderBitmap*>& images,
                      RenderBitmap& frame, PassSelection& selection);
+
+/// A half-open rectangle of a frame, in pixels.
+struct FrameArea
+{
+  Int32 x0 = 0, y0 = 0, x1 = 0, y1 = 0;
+};
+
+/// The rectangle of the frame that each of `count` images fills, when each image fills one
+/// rectangle of its own and nothing else; otherwise empty, with what is wrong in `problem`.
+std::vector<FrameArea> ImageAreas(const PassSelection& selection, Int32 count, std::string& problem);
+
+/// A copy of `area` of `frame`, with its alpha channel if it has one; null without memory.
+RenderBitmap* CopyArea(const RenderBitmap& frame, const FrameArea& area);
 
 /// A data pass's frame laid out by `selection` from `images`: each pixel a copy, never a mix.
 void ApplySelection(const PassSelection& selection, const std::vector<const RenderBitmap*>& images, RenderBitmap& frame);

@@ -82,6 +82,9 @@ private:
   Bool LearnPassMerge();
   /// Hands the frame's picture on: to frameDone, and the first frame to the caller.
   Bool FrameDone(size_t frameIndex, BitmapHolder* picture);
+  /// The rectangles of the frame that make its views, learned with the merge.
+  Bool LearnViews();
+  Bool ViewsDone(const Frame& frame, const RenderBitmap& picture);
   Bool SetupCamera(Int32 image);
   void TraceImage(size_t imagesBefore);
   /// Copies the finished image out of the buffer, rows in parallel.
@@ -103,6 +106,7 @@ private:
   Bool passMergeLearned = false;
   render::MergeKind passMerge = render::MergeKind::Declines;
   render::PassSelection passSelection;
+  std::vector<render::FrameArea> viewAreas;
 
   // Progress, touched only on the calling thread.
   std::thread::id caller;
@@ -177,7 +181,7 @@ Bool RenderLoop::AfterStart()
   tracer.buffer = &buffer;
   tracer.lens = lens ? lens->data : nullptr;
   tracer.pixelPosts = &pixelPosts;
-  tracer.directionPass = options.directionPass;
+  tracer.pass = options.pass;
   tracer.SetFrame(width, height);
   imagesTotal = frames.size() * static_cast<size_t>(imageCount);
   Report(0.0);
@@ -200,7 +204,9 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
     return false;
   if (frameIndex > 0 && !scene.Build(doc, pictures, error))
     return false;
-  if (merging && options.directionPass && !passMergeLearned && !LearnPassMerge())
+  if (merging && (options.pass != RenderPass::Shaded || options.viewsDone) && !passMergeLearned && !LearnPassMerge())
+    return false;
+  if (options.viewsDone && viewAreas.empty() && !LearnViews())
     return false;
 
   for (Int32 i = 0; i < imageCount; ++i)
@@ -210,6 +216,9 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
     if (!lens && !SetupCamera(i))
       return false;
     TraceImage(frameIndex * static_cast<size_t>(imageCount) + static_cast<size_t>(i));
+    if (frameIndex == 0 && i == 0 && options.probeRays)
+      for (const auto& [x, y] : options.probe)
+        options.probeRays->push_back(tracer.Shoot(x, y));
     if (!Stage(VIDEOPOSTCALL_RENDER, false, frame.time))
       return false;
     if (merging || i == 0)
@@ -225,7 +234,7 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
     std::vector<const RenderBitmap*> passImages;
     for (const auto& bmp : images)
       sources.push_back(bmp.get()), passImages.push_back(bmp.get());
-    if (options.directionPass)
+    if (options.pass != RenderPass::Shaded)
     {
       if (passMerge == render::MergeKind::Selects)
       {
@@ -246,12 +255,12 @@ Bool RenderLoop::LearnPassMerge()
   for (const auto& bmp : images)
     scratch.push_back(bmp.get());
   passMerge = render::LearnMerge(lens->data, lens->node, scratch, *merged, passSelection);
-  if (passMerge != render::MergeKind::Mixes)
+  if (passMerge != render::MergeKind::Mixes || options.pass == RenderPass::Shaded)
     return true;
   inputRejected = true;
-  return Fail(String("the direction pass can't be made of this frame: the video post merges its " +
+  return Fail(String("the pass can't be made of this frame: the video post merges its " +
                      std::to_string(imageCount) +
-                     " images by mixing them pixel by pixel (as an anaglyph does), and directions are data that "
+                     " images by mixing them pixel by pixel (as an anaglyph does), and a pass holds data that "
                      "don't mix; render the pass with a layout that places each image (side by side, one above "
                      "the other, interlaced or one image)"));
 }
@@ -259,7 +268,9 @@ Bool RenderLoop::LearnPassMerge()
 Bool RenderLoop::FrameDone(size_t frameIndex, BitmapHolder* picture)
 {
   const Frame& frame = frames[frameIndex];
-  if (options.frameDone && !options.frameDone(frame.number, **picture))
+  if (options.viewsDone && !ViewsDone(frame, **picture))
+    return false;
+  if (!options.viewsDone && options.frameDone && !options.frameDone(frame.number, **picture))
     return Fail(String("the render was stopped after frame " + std::to_string(frame.number)));
   if (frameIndex == 0 && firstFrame)
   {
@@ -268,6 +279,40 @@ Bool RenderLoop::FrameDone(size_t frameIndex, BitmapHolder* picture)
     if (!*firstFrame)
       return Fail(String("out of memory for the first frame's picture"));
   }
+  return true;
+}
+
+Bool RenderLoop::LearnViews()
+{
+  inputRejected = true;
+  if (!merging || imageCount != 2)
+    return Fail(String("views need a frame of two images, a stereo pair; this frame " +
+                       (merging ? "has " + std::to_string(imageCount) + " images" : std::string("is one image"))));
+  std::string problem = passMerge == render::MergeKind::Mixes
+                          ? "the video post mixes its images pixel by pixel (as an anaglyph does)"
+                          : "the video post doesn't merge its images";
+  if (passMerge == render::MergeKind::Selects)
+    viewAreas = render::ImageAreas(passSelection, imageCount, problem);
+  if (viewAreas.empty())
+    return Fail(String("the frame can't be cut into views: " + problem +
+                       "; render views of a pair laid side by side or one above the other"));
+  inputRejected = false;
+  return true;
+}
+
+Bool RenderLoop::ViewsDone(const Frame& frame, const RenderBitmap& picture)
+{
+  std::vector<BitmapHolder> parts;
+  std::vector<const BaseBitmap*> views;
+  for (const render::FrameArea& area : viewAreas)
+  {
+    parts.emplace_back(render::CopyArea(picture, area));
+    if (!parts.back())
+      return Fail(String("out of memory for the views of a frame"));
+    views.push_back(parts.back().get());
+  }
+  if (!options.viewsDone(frame.number, views))
+    return Fail(String("the render was stopped after frame " + std::to_string(frame.number)));
   return true;
 }
 

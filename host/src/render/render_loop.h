@@ -4,6 +4,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "c4d.h"
 
@@ -16,6 +18,17 @@ struct BitmapFree
 };
 using BitmapPtr = std::unique_ptr<BaseBitmap, BitmapFree>;
 
+/// What each pixel of a render holds: the shaded picture, or one of the data passes, which shoot
+/// one ray through each pixel's centre, run no pixel posts and hold zero with alpha 0 where the
+/// lens shoots no ray.
+enum class RenderPass
+{
+  Shaded,
+  Direction, ///< the ray's world direction (x, y, z), unit length, alpha 1
+  St,        ///< where the ray looks in an equirectangular picture: (s, t, 0, 1), t = 0 at the bottom
+  Origin,    ///< the ray's world origin (x, y, z), alpha 1
+};
+
 /// What to render and how.
 struct RenderOptions
 {
@@ -25,9 +38,7 @@ struct RenderOptions
   Int32 threads = 0; ///< 0: all cores
   /// A preview into a view of the editor: no stereo merge, and video posts are told so.
   Bool editorRender = false;
-  /// Instead of shading, each pixel holds the world direction (x, y, z) of the ray through its
-  /// centre, unit length, with alpha 1; zero where there is no ray. One ray a pixel, no pixel posts.
-  Bool directionPass = false;
+  RenderPass pass = RenderPass::Shaded;
   /// Frames at the render settings' frame rate; without them the document's current time alone.
   /// A first frame without a last renders that one frame.
   std::optional<Int32> firstFrame;
@@ -36,6 +47,15 @@ struct RenderOptions
   std::function<void(Float done)> progress;
   /// Each finished frame; answering false stops the render (RenderDocument then gives false).
   std::function<Bool(Int32 frame, const BaseBitmap& picture)> frameDone;
+  /// With it, each finished frame goes here instead, as one picture per image of the frame: the
+  /// rectangle of the merged frame that the image fills (the eyes of a stereo pair laid side by side
+  /// or one above the other). A frame whose images don't each fill a rectangle of their own, or of
+  /// a single image, is refused as bad input before anything is traced. Answering false stops.
+  std::function<Bool(Int32 frame, const std::vector<const BaseBitmap*>& views)> viewsDone;
+  /// Frame positions in pixels whose rays the first image of the first frame shoots once more,
+  /// right after it is traced, into `probeRays`: how the lens maps the frame, at no cost.
+  std::vector<std::pair<Float, Float>> probe;
+  std::vector<Ray>* probeRays = nullptr;
 
   static constexpr Int32 kMaxSamples = 1024;
 };

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <numeric>
 
+#include "render/render_picture.h"
+
 namespace host::render
 {
 // A square count is a grid; any other is one sample per row and per column (n-rooks), the rows
@@ -54,19 +56,31 @@ Ray TileTracer::Shoot(Float sx, Float sy) const
   return ray;
 }
 
-void TileTracer::TraceDirections(Int32 x0, Int32 y0, Int32 x1, Int32 y1) const
+// The ST map looks up by direction as the sky does, so that an ST map of a lens applied to a sky
+// picture gives the render of that sky.
+void TileTracer::TracePass(Int32 x0, Int32 y0, Int32 x1, Int32 y1) const
 {
   for (Int32 y = y0; y < y1; ++y)
     for (Int32 x = x0; x < x1; ++x)
     {
       const Ray ray = Shoot(x, y);
       const Float len2 = ray.v.GetSquaredLength();
-      const Bool valid = len2 > 0.0 && std::isfinite(len2);
-      const Vector d = valid ? ray.v / std::sqrt(len2) : Vector();
+      const Bool valid = len2 > 0.0 && std::isfinite(len2) && std::isfinite(ray.p.GetSquaredLength());
+      Vector value;
+      if (valid && pass == RenderPass::Direction)
+        value = ray.v / std::sqrt(len2);
+      else if (valid && pass == RenderPass::Origin)
+        value = ray.p;
+      else if (valid)
+      {
+        Float u = 0.0, v = 0.0;
+        DirectionToSkyUV(ray.v / std::sqrt(len2), u, v);
+        value = Vector(u, 1.0 - v, 0.0);
+      }
       Float32* px = buffer->Pixel(x, y);
-      px[0] = static_cast<Float32>(d.x);
-      px[1] = static_cast<Float32>(d.y);
-      px[2] = static_cast<Float32>(d.z);
+      px[0] = static_cast<Float32>(value.x);
+      px[1] = static_cast<Float32>(value.y);
+      px[2] = static_cast<Float32>(value.z);
       px[3] = valid ? 1.0f : 0.0f;
     }
 }
@@ -86,9 +100,9 @@ void TileTracer::TraceTile(Int64 tile) const
   const Int32 x0 = static_cast<Int32>(tile % tilesX) * kTileSize;
   const Int32 y0 = static_cast<Int32>(tile / tilesX) * kTileSize;
   const Int32 x1 = std::min(x0 + kTileSize, width), y1 = std::min(y0 + kTileSize, height);
-  if (directionPass)
+  if (pass != RenderPass::Shaded)
   {
-    TraceDirections(x0, y0, x1, y1);
+    TracePass(x0, y0, x1, y1);
     return;
   }
   for (Int32 y = y0; y < y1; ++y)

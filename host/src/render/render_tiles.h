@@ -7,6 +7,7 @@
 
 #include "c4d.h"
 #include "render/render_buffers.h"
+#include "render/render_loop.h"
 #include "render/render_scene.h"
 #include "render/render_stages.h"
 
@@ -25,7 +26,7 @@ struct TileTracer
   VideoPostData* lens = nullptr; ///< shoots the rays; without it the pinhole does
   PinholeCamera pinhole;
   const std::vector<const ActiveVideoPost*>* pixelPosts = nullptr;
-  Bool directionPass = false;
+  RenderPass pass = RenderPass::Shaded;
   std::vector<std::pair<Float, Float>> offsets;
   Float32 sampleWeight = 1.0f;
   Int32 width = 0, height = 0;
@@ -34,10 +35,11 @@ struct TileTracer
   void SetSamples(Int32 samples);
   void SetFrame(Int32 w, Int32 h);
   void TraceTile(Int64 tile) const;
+  /// The ray through frame position (sx, sy) in pixels.
+  Ray Shoot(Float sx, Float sy) const;
 
 private:
-  Ray Shoot(Float sx, Float sy) const;
-  void TraceDirections(Int32 x0, Int32 y0, Int32 x1, Int32 y1) const;
+  void TracePass(Int32 x0, Int32 y0, Int32 x1, Int32 y1) const;
   void RunPixelPosts(Float32* px, Int32 x, Int32 y) const;
 };
 } // namespace host::render
