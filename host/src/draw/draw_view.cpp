@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "c4d_objects.h"
+#include "render/render_scene.h"
 
 namespace host::draw
 {
@@ -164,10 +165,8 @@ void PaintScene(ViewRaster& raster, BaseObject* op, Bool parentOff, const BaseCo
 {
   for (; op; op = op->GetNext())
   {
-    const Int32 mode = op->GetRenderMode();
-    const Bool off = mode == MODE_OFF || (mode != MODE_ON && parentOff);
-    const GeData* own = op->GetDataInstance()->GetDataPointer(OBJECT_MATERIAL);
-    const BaseContainer* material = own && own->GetContainer() ? own->GetContainer() : parentMaterial;
+    const Bool off = render::ObjectIsOff(op, parentOff);
+    const BaseContainer* material = render::ObjectMaterial(op, parentMaterial);
     if (!off)
       PaintObject(raster, op, material);
     PaintScene(raster, op->GetDown(), off, material);

@@ -338,15 +338,25 @@ Bool RenderScene::Build(BaseDocument* doc, PictureCache& pictures, String* error
   return Commit(error);
 }
 
+Bool ObjectIsOff(const BaseObject* op, Bool parentOff)
+{
+  const Int32 mode = op->GetRenderMode();
+  return mode == MODE_OFF || (mode != MODE_ON && parentOff);
+}
+
+const BaseContainer* ObjectMaterial(const BaseObject* op, const BaseContainer* parentMaterial)
+{
+  const GeData* own = op->GetDataInstance()->GetDataPointer(OBJECT_MATERIAL);
+  return own && own->GetContainer() ? own->GetContainer() : parentMaterial;
+}
+
 Bool RenderScene::Gather(BaseObject* op, Bool parentOff, const BaseContainer* parentMaterial, PictureCache& pictures,
                          String* error)
 {
   for (; op; op = op->GetNext())
   {
-    const Int32 mode = op->GetRenderMode();
-    const Bool off = mode == MODE_OFF || (mode != MODE_ON && parentOff);
-    const GeData* own = op->GetDataInstance()->GetDataPointer(OBJECT_MATERIAL);
-    const BaseContainer* material = own && own->GetContainer() ? own->GetContainer() : parentMaterial;
+    const Bool off = ObjectIsOff(op, parentOff);
+    const BaseContainer* material = ObjectMaterial(op, parentMaterial);
     if (!off)
     {
       Bool ok = true;

@@ -98,6 +98,11 @@ struct SceneSky
 };
 
 /// The traced scene of one frame. Trace may run on many threads at once.
+/// Whether `op` renders, given whether its parent does: its own render mode, else its parent's.
+Bool ObjectIsOff(const BaseObject* op, Bool parentOff);
+/// The material `op` shows: its own, else the one it takes from its parent.
+const BaseContainer* ObjectMaterial(const BaseObject* op, const BaseContainer* parentMaterial);
+
 class RenderScene
 {
 public:
