@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <OpenImageIO/filesystem.h>
@@ -41,34 +42,78 @@ void ConvertRow(const float* argb, Int32 w, int channels, T* out, int stride, fl
 }
 
 /// The encoder's bytes go through this into the pending file, so that every write is checked:
-/// some encoders don't look at what their writes return.
+/// some encoders don't look at what their writes return. A block given (the XMP packet of a PNG
+/// or a JPEG) is spliced in as the bytes stream past its place, so the file is written once.
 class PendingProxy final : public OIIO::Filesystem::IOProxy
 {
 public:
-  PendingProxy(const std::string& name, PendingFile& file) : IOProxy(name, Write), file(file) {}
+  PendingProxy(const std::string& name, PendingFile& file, std::string block, bool jpeg)
+    : IOProxy(name, Write), file(file), block(std::move(block)), jpeg(jpeg), spliced(this->block.empty())
+  {
+  }
   const char* proxytype() const override { return "pending"; }
   size_t write(const void* buf, size_t count) override
   {
-    if (!file.WriteAt(buf, count, m_pos))
+    if (!spliced)
+      return Hold(buf, count);
+    if (!file.WriteAt(buf, count, m_pos + shift))
       return 0;
     m_pos += static_cast<int64_t>(count);
     return count;
   }
   size_t pwrite(const void* buf, size_t count, int64_t offset) override
   {
-    return file.WriteAt(buf, count, offset) ? count : 0;
+    // Writers that go back (TIFF, OpenEXR) get no block; PNG and JPEG stream.
+    return spliced && file.WriteAt(buf, count, offset + shift) ? count : 0;
   }
   size_t read(void* buf, size_t count) override
   {
-    const size_t n = file.ReadAt(buf, count, m_pos);
+    const size_t n = pread(buf, count, m_pos);
     m_pos += static_cast<int64_t>(n);
     return n;
   }
-  size_t pread(void* buf, size_t count, int64_t offset) override { return file.ReadAt(buf, count, offset); }
-  size_t size() const override { return static_cast<size_t>(file.Size()); }
+  size_t pread(void* buf, size_t count, int64_t offset) override { return spliced ? file.ReadAt(buf, count, offset + shift) : 0; }
+  size_t size() const override { return spliced ? static_cast<size_t>(file.Size() - shift) : head.size(); }
+  /// Whether the block found its place: false for a file shorter than its own header.
+  bool Spliced() const { return spliced; }
 
 private:
+  /// Keeps the first bytes until the block's place is known and reached, then writes them with it.
+  size_t Hold(const void* buf, size_t count)
+  {
+    head.append(static_cast<const char*>(buf), count);
+    m_pos += static_cast<int64_t>(count);
+    const size_t at = Place();
+    if (at == std::string::npos || head.size() < at)
+      return count;
+    head.insert(at, block);
+    if (!file.WriteAt(head.data(), head.size(), 0))
+      return 0;
+    shift = static_cast<int64_t>(block.size());
+    spliced = true;
+    head.clear();
+    return count;
+  }
+  /// PNG: after the signature and the header chunk. JPEG: after the JFIF segment, which stays
+  /// first, else right after the start marker. Unknown until the first bytes are in.
+  size_t Place() const
+  {
+    if (!jpeg)
+      return 33;
+    if (head.size() < 4)
+      return std::string::npos;
+    const auto byte = [&](size_t i) { return static_cast<size_t>(static_cast<unsigned char>(head[i])); };
+    if (byte(2) != 0xff || byte(3) != 0xe0)
+      return 2;
+    return head.size() < 6 ? std::string::npos : 4 + (byte(4) << 8 | byte(5));
+  }
+
   PendingFile& file;
+  std::string block;
+  bool jpeg;
+  bool spliced;
+  std::string head;
+  int64_t shift = 0;
 };
 
 std::string Extension(const std::string& path)
@@ -180,18 +225,14 @@ uint32_t Crc32(const std::string& bytes)
   return crc ^ 0xffffffffu;
 }
 
-/// The written file with the XMP packet put in where its readers look: in a JPEG an APP1 segment
-/// after the JFIF one, in a PNG an iTXt chunk after the header chunk. Other formats keep none.
-Bool AddXmp(PendingFile& file, const std::string& ext, const std::string& xmp)
+/// The XMP packet as its readers look for it: in a JPEG an APP1 segment, in a PNG an iTXt chunk.
+/// Empty where there is no packet or the format keeps none; false for a packet too large.
+Bool XmpBlock(const std::string& ext, const std::string& xmp, std::string& block)
 {
+  block.clear();
   const bool jpeg = ext == ".jpg" || ext == ".jpeg";
   if (xmp.empty() || (!jpeg && ext != ".png"))
     return true;
-  std::string bytes(static_cast<size_t>(file.Size()), '\0');
-  if (file.ReadAt(bytes.data(), bytes.size(), 0) != bytes.size() || bytes.size() < 33)
-    return false;
-  std::string block;
-  size_t at = 0;
   if (jpeg)
   {
     const std::string body = std::string("http://ns.adobe.com/xap/1.0/", 29) + xmp;
@@ -200,21 +241,13 @@ Bool AddXmp(PendingFile& file, const std::string& ext, const std::string& xmp)
     block = "\xff\xe1";
     PutBigEndian(block, static_cast<uint32_t>(body.size() + 2), 2);
     block += body;
-    at = 2;
-    // A JFIF segment stays first.
-    if (static_cast<unsigned char>(bytes[2]) == 0xff && static_cast<unsigned char>(bytes[3]) == 0xe0)
-      at = 4 + (static_cast<size_t>(static_cast<unsigned char>(bytes[4])) << 8 | static_cast<unsigned char>(bytes[5]));
+    return true;
   }
-  else
-  {
-    const std::string chunk = std::string("iTXtXML:com.adobe.xmp\0\0\0\0\0", 26) + xmp;
-    PutBigEndian(block, static_cast<uint32_t>(chunk.size() - 4), 4);
-    block += chunk;
-    PutBigEndian(block, Crc32(chunk), 4);
-    at = 33; // the signature and the header chunk
-  }
-  bytes.insert(at, block);
-  return file.WriteAt(bytes.data(), bytes.size(), 0);
+  const std::string chunk = std::string("iTXtXML:com.adobe.xmp\0\0\0\0\0", 26) + xmp;
+  PutBigEndian(block, static_cast<uint32_t>(chunk.size() - 4), 4);
+  block += chunk;
+  PutBigEndian(block, Crc32(chunk), 4);
+  return true;
 }
 
 /// The channels of `views` named by the multi-view convention; one unnamed view is plain RGB(A).
@@ -242,13 +275,19 @@ Bool Save(const std::vector<const BaseBitmap*>& bitmaps, const std::vector<std::
   }
   const bool jpeg = ext == ".jpg" || ext == ".jpeg";
   const int channels = bitmaps.front()->HasAlpha() && !jpeg ? 4 : 3;
+  std::string xmp;
+  if (!XmpBlock(ext, options.xmp, xmp))
+  {
+    err = path + ": the XMP packet is too large for a JPEG segment";
+    return false;
+  }
   PendingFile file;
   if (!file.Open(path))
   {
     err = path + ": " + file.Problem();
     return false;
   }
-  PendingProxy proxy(path, file);
+  PendingProxy proxy(path, file, std::move(xmp), jpeg);
   auto out = OIIO::ImageOutput::create(path);
   if (!out)
   {
@@ -283,7 +322,7 @@ Bool Save(const std::vector<const BaseBitmap*>& bitmaps, const std::vector<std::
   }
   const Bool written = WriteRows(bitmaps, *out, type, channels, options.threads);
   const Bool closed = out->close();
-  if (!written || !closed || !AddXmp(file, ext, options.xmp) || !file.Commit())
+  if (!written || !closed || !proxy.Spliced() || !file.Commit())
   {
     const std::string encoder = out->geterror();
     err = path + ": " + (file.Problem().empty() ? "writing failed: " + encoder : file.Problem());
