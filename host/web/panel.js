@@ -60,29 +60,27 @@ export class Panel {
       return model;
     } catch (e) {
       if (seq !== this.loadSeq) return null;
-      if (e.status === 404) {
-        this.render(null);
-        this.node = null;
-        return null;
-      }
-      return reportError(e);
+      if (!e.status) return reportError(e);
+      this.render(null, e.message);   // the host's reason: no such node, no description
+      return null;
     }
   }
 
   /// Redraws from a model the server sent; keeps focus on the same control.
-  render(model) {
+  render(model, why = null) {
     ++this.loadSeq;   // an older GET must not overwrite this answer
     const focused = document.activeElement && this.form.contains(document.activeElement)
       ? document.activeElement.dataset.focusKey : null;
     this.model = model;
     this.form.replaceChildren();
-    this.form.dataset.node = model ? model.node : '';
+    this.form.dataset.node = model ? model.node : (this.node || '');
     this.form.dataset.revision = model ? model.revision : '';
     this.title.textContent = model ? `— ${model.name}` : '';
     if (!model) {
       const empty = document.createElement('p');
       empty.className = 'empty';
-      empty.textContent = 'Select an object, tag, the render settings or a video post.';
+      empty.textContent = why ? `No attributes to show: ${why}.`
+        : 'Select an object, tag, the render settings or a video post.';
       this.form.append(empty);
       return;
     }

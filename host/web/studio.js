@@ -70,9 +70,11 @@ class Studio {
     if (replaced || (before && before.selected !== doc.selected) || (!this.panel.node && doc.selected)) {
       this.panel.show(doc.selected);
     } else if (panel) {
-      this.panel.reload().then((model) => {
-        if (!model && this.doc.selected) this.panel.show(this.doc.selected);
-      });
+      // Undo may take away the node shown: then the selection's panel.
+      const shown = this.panel.node;
+      const gone = shown && !this.tree.querySelector(`[data-node="${CSS.escape(shown)}"]`);
+      if (gone || !shown) this.panel.show(doc.selected);
+      else this.panel.reload();
     }
     if (!before || doc.revision !== before.revision || replaced) this.viewport.refreshCameras();
     this.markCurrent();
