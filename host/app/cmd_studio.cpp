@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "panel.h"
+#include "resource_parser.h"
 #include "studio/studio.h"
 
 namespace fs = std::filesystem;
@@ -22,6 +23,9 @@ int StudioCommand(const StudioArgs& args, const std::string& plugins)
     throw Stop{"the studio's page is missing: no " + (web / "index.html").string(), kFailed};
   host::PluginModule module;
   LoadPlugin(module, plugins);
+  String resError;
+  if (!host::LoadHostDescriptions(Filename((ProgramFolder() / "res").string().c_str()), &resError))
+    throw Stop{"the render settings' panel can't be read: " + resError.GetStdString(), kFailed};
   BaseDocument* doc = nullptr;
   if (args.scene.empty())
   {

@@ -13,6 +13,7 @@
 #include "c4d.h"
 #include "host_app.h"
 #include "plugin_loader.h"
+#include "resource_parser.h"
 #include "scene/scene_file.h"
 #include "studio/studio.h"
 #include "support/scratch_dir.h"
@@ -35,6 +36,7 @@ struct StudioRender : ::testing::Test, ScratchDir
     host::ResetApp();
     String error;
     ASSERT_TRUE(module.Load(Filename(ORLIX_PLUGIN_DIR) + Filename("OrlixCam.so"), &error)) << error;
+    ASSERT_TRUE(host::LoadHostDescriptions(Filename(ORLIX_SOURCE_DIR "/host/res"), &error)) << error;
     fs::create_directories(dir / "scenes");
     const std::string scene = Write("scenes/dome.json", R"({"format": "orlixcam-scene/1",
       "render": {"width": 96, "height": 96, "videoPosts": [{"type": "OrlixCam"}]},
