@@ -18,6 +18,14 @@ namespace cli
 {
 int StudioCommand(const StudioArgs& args, const std::string& plugins)
 {
+  // Ctrl+C and the like reach one thread that stops the server. They are blocked before any other
+  // thread starts (loading pictures starts some), so that none of them takes the signal instead.
+  sigset_t stops;
+  sigemptyset(&stops);
+  for (int s : {SIGINT, SIGTERM, SIGHUP})
+    sigaddset(&stops, s);
+  pthread_sigmask(SIG_BLOCK, &stops, nullptr);
+
   const fs::path web = ProgramFolder() / "web";
   if (!fs::is_regular_file(web / "index.html"))
     throw Stop{"the studio's page is missing: no " + (web / "index.html").string(), kFailed};
@@ -41,13 +49,6 @@ int StudioCommand(const StudioArgs& args, const std::string& plugins)
   options.pluginFolder = host::App().pluginFolder.GetString().GetStdString();
   options.sceneFolder = args.scene.empty() ? fs::current_path().string() : fs::absolute(args.scene).parent_path().string();
   options.port = args.port;
-
-  // Ctrl+C and the like reach one thread that stops the server; the server's threads never see them.
-  sigset_t stops;
-  sigemptyset(&stops);
-  for (int s : {SIGINT, SIGTERM, SIGHUP})
-    sigaddset(&stops, s);
-  pthread_sigmask(SIG_BLOCK, &stops, nullptr);
 
   host::studio::Studio studio(options);
   std::string error;
