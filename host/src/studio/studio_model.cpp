@@ -1,6 +1,7 @@
 // The studio's model of the document: ids, tree, panels, pictures.
 #include "studio/studio_model.h"
 
+#include <cctype>
 #include <memory>
 #include <vector>
 
@@ -86,8 +87,15 @@ Json ObjectJson(BaseObject* op, BaseDocument* doc, Int64 revision)
   Json children = Json::array();
   for (BaseObject* child = op->GetDown(); child; child = child->GetNext())
     children.push_back(ObjectJson(child, doc, revision));
+  // An object made without a name shows its kind, as a new object does in the manager.
+  std::string name = op->GetName().GetStdString();
+  if (name.empty())
+  {
+    name = TypeName(op);
+    name[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(name[0])));
+  }
   return {{"id", id},
-          {"name", op->GetName().GetStdString()},
+          {"name", name},
           {"type", TypeName(op)},
           {"selected", static_cast<bool>(op->GetBit(BIT_ACTIVE))},
           {"tags", tags},

@@ -1,6 +1,7 @@
 // The studio's server: who may ask, the page's files, the document, the menu, undo and scenes.
 #include "studio/studio_impl.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -353,12 +354,15 @@ void Studio::Impl::DocumentRoutes()
       const Int32 subId = body.contains("subId") ? IntField(body, "subId", 0, 0x7fffffff) : 0;
       const std::string answer = body.contains("answer") ? StringField(body, "answer") : "no";
       std::lock_guard<std::mutex> hold(docLock);
-      bool known = false, enabled = false;
-      for (const MenuCommand& c : BuildMenu(Doc()))
-        if (c.id == id)
-          known = true, enabled = (c.state & CMD_ENABLED) != 0;
-      if (!known || !enabled)
-        throw Refusal{known ? 409 : 404, known ? "the command is greyed out in this document" : "no command " + std::to_string(id)};
+      const std::vector<MenuCommand> menu = BuildMenu(Doc());
+      const auto c = std::find_if(menu.begin(), menu.end(), [&](const MenuCommand& m) { return m.id == id; });
+      if (c == menu.end())
+        throw Refusal{404, "no command " + std::to_string(id)};
+      if (!(c->state & CMD_ENABLED))
+        throw Refusal{409, c->name.GetStdString() + " is greyed out in this document"};
+      const bool inSub = std::any_of(c->sub.begin(), c->sub.end(), [&](const MenuItem& item) { return item.subId == subId; });
+      if (subId != 0 && !inSub)
+        throw Refusal{400, c->name.GetStdString() + " has no entry " + std::to_string(subId) + " in its submenu"};
       UiRecord& ui = App().ui;
       const size_t questions = ui.questions.size(), files = ui.openedFiles.size(), urls = ui.openedUrls.size();
       ui.defaultAnswer = answer == "yes" ? GEMB_R_YES : GEMB_R_NO;
@@ -366,6 +370,8 @@ void Studio::Impl::DocumentRoutes()
       ui.defaultAnswer = GEMB_R_NO;
       ExecuteExpressions(Doc()); // a command may have opened a document of its own
       ++revision;
+      stroke.clear();
+      pivotSet = false;
       if (!ok)
         throw Refusal{409, "the command failed; see the console"};
       return Json{{"document", Document()}, {"dialogs", Dialogs(questions)}, {"opened", Opened(files, urls)}};
