@@ -44,6 +44,8 @@ struct StudioRender : ::testing::Test, ScratchDir
         {"type": "sphere", "name": "Ball", "position": [0, 0, 300], "radius": 50, "material": {"color": [0.9, 0.2, 0.1]}},
         {"type": "camera", "name": "Lens", "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_LENS": 1, "ORLIXTAG_STEREO": true}}]}]})");
     Write("outside.json", "{}");
+    fs::create_symlink(dir / "outside.json", dir / "scenes" / "link.json");
+    fs::create_directory_symlink(dir, dir / "scenes" / "up");
     host::scene::SceneError sceneError;
     BaseDocument* doc = host::scene::LoadScene(scene, &sceneError);
     ASSERT_NE(doc, nullptr) << sceneError.Message();
@@ -118,6 +120,9 @@ TEST_F(StudioRender, TurnsAwayForeignCallersAndPathsAndChangesNothing)
     {"POST", "/api/save", {}, R"({"path": "/etc/x.json"})", 403},
     {"POST", "/api/save", {}, R"({"path": "dome.txt"})", 400},
     {"POST", "/api/open", {}, R"({"path": "../outside.json"})", 403},
+    {"POST", "/api/open", {}, R"({"path": "link.json"})", 403},    // a link that leads out
+    {"POST", "/api/save", {}, R"({"path": "link.json"})", 403},
+    {"POST", "/api/save", {}, R"({"path": "up/outside.json"})", 403},
     {"POST", "/api/edit", {}, R"({"node": "o2/t0", "id": 1025, "value": "wide"})", 400},
     {"POST", "/api/edit", {}, R"({"node": "o9/t0", "id": 1025, "value": 1})", 404},
     {"POST", "/api/edit", {}, "not json", 400},
