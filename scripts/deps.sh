@@ -9,15 +9,16 @@ ORLIX_PACKAGES=(
   libembree-dev libtbb-dev
   libfreetype-dev fonts-dejavu-core
   nlohmann-json3-dev libcli11-dev libtinyobjloader-dev
+  libcpp-httplib-dev
   weasyprint
 )
-# What the tests need beside the build: pdftotext and pdfimages look into the manual.
+# What the tests need beside the build: pdftotext and pdfimages look into the manual, exiftool
+# reads the metadata of written pictures back, and the studio is tried in a real browser.
 ORLIX_TEST_PACKAGES=(
   poppler-utils
+  libimage-exiftool-perl
+  chromium chromium-driver python3-selenium
 )
-
-# For the tests only: exiftool reads the metadata of written pictures back.
-ORLIX_TEST_PACKAGES=(libimage-exiftool-perl)
 
 orlix_install_deps() {
   local missing=()

@@ -2,6 +2,7 @@
 // user's edits from the command line; and its commands.
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -27,6 +28,10 @@ struct Stop
 
 /// The default plug-in: its folder beside the program, and its module in that folder.
 extern const std::string kDefaultPlugin;
+
+/// The folder of the running program, where the build puts the plug-in folder and the studio's
+/// web folder beside it.
+std::filesystem::path ProgramFolder();
 
 /// Refuses, before any work, an output file that can't be written: a folder, a name too long for
 /// the file system, a folder that doesn't exist or can't be written. `option` names it in the message.
@@ -96,5 +101,11 @@ struct CommandArgs
   int undo = 0, redo = 0;
 };
 int CommandsCommand(const std::string& plugins);
+struct StudioArgs
+{
+  std::string scene;
+  int port = 0;
+};
+int StudioCommand(const StudioArgs& args, const std::string& plugins);
 int CommandCommand(const CommandArgs& args, const std::string& plugins);
 } // namespace cli

@@ -20,17 +20,12 @@ namespace cli
 {
 const std::string kDefaultPlugin = "OrlixCam";
 
-namespace
-{
-/// The folder of the running program, where the build puts the plug-in folder beside it.
-fs::path ProgramFolder()
+std::filesystem::path ProgramFolder()
 {
   std::error_code ec;
   const fs::path self = fs::read_symlink("/proc/self/exe", ec);
   return ec ? fs::current_path() : self.parent_path();
 }
-
-} // namespace
 
 void LoadPlugin(host::PluginModule& module, const std::string& folderOption)
 {

@@ -154,6 +154,15 @@ int Run(int argc, char** argv)
   CommandArgs c;
   CLI::App* command = AddCommand(app, c);
 
+  StudioArgs st;
+  CLI::App* studio = app.add_subcommand("studio", "Serve the host's interface in a browser on this machine: panels, viewport, pad, menu, render");
+  studio->footer("Prints the address to open (http://127.0.0.1:PORT/?token=...); Ctrl+C ends it.\n"
+                 "Scenes are saved and opened only under the folder of SCENE (or the working folder).\n"
+                 "Example:\n  orlixcam studio Examples/stereo_anaglyph_dome.json\n  orlixcam studio --port 8080");
+  studio->add_option("scene", st.scene, "The scene file (JSON) to start from; without it, an empty document")
+    ->check(CLI::ExistingFile);
+  studio->add_option("--port", st.port, "The port on 127.0.0.1; 0 picks a free one")->check(CLI::Range(0, 65535));
+
   CLI::App* params = app.add_subcommand("params", "List every parameter of every description the plug-ins registered");
   params->footer("Example:\n  orlixcam params | grep DOME\n  orlixcam params --json");
   bool paramsJson = false;
@@ -186,6 +195,8 @@ int Run(int argc, char** argv)
       return CommandsCommand(plugins);
     if (*command)
       return CommandCommand(c, plugins);
+    if (*studio)
+      return StudioCommand(st, plugins);
     return ParamsCommand(plugins, paramsJson);
   }
   catch (const Stop& stop)

@@ -26,13 +26,27 @@ const PluginEntry* PluginRegistry::Find(Int32 id) const
 
 void Console::Print(const String& line)
 {
+  std::lock_guard<std::mutex> hold(lock);
   lines.push_back(line);
   if (echo)
     std::fprintf(stderr, "%s\n", line.GetCString());
 }
 
+std::vector<String> Console::Lines() const
+{
+  std::lock_guard<std::mutex> hold(lock);
+  return lines;
+}
+
+void Console::Clear()
+{
+  std::lock_guard<std::mutex> hold(lock);
+  lines.clear();
+}
+
 Bool Console::Contains(const String& text) const
 {
+  std::lock_guard<std::mutex> hold(lock);
   for (const String& line : lines)
     if (line.FindFirst(text, nullptr, 0))
       return true;

@@ -332,6 +332,34 @@ Bool Save(const std::vector<const BaseBitmap*>& bitmaps, const std::vector<std::
 }
 } // namespace
 
+Bool EncodePng(const BaseBitmap& bmp, std::vector<unsigned char>& bytes, std::string* error)
+{
+  const Int32 w = bmp.GetBw(), h = bmp.GetBh();
+  const int channels = bmp.HasAlpha() ? 4 : 3;
+  bytes.clear();
+  OIIO::Filesystem::IOVecOutput proxy(bytes);
+  auto out = OIIO::ImageOutput::create("png");
+  OIIO::ImageSpec format(w, h, channels, OIIO::TypeDesc::UINT8);
+  format.attribute("png:compressionLevel", kPngLevel);
+  format.alpha_channel = channels == 4 ? 3 : -1;
+  if (w <= 0 || h <= 0 || !out)
+  {
+    if (error)
+      *error = w <= 0 || h <= 0 ? "the picture is empty" : OIIO::geterror();
+    return false;
+  }
+  out->set_ioproxy(&proxy);
+  const Bool ok = out->open("memory.png", format) && WriteRows({&bmp}, *out, OIIO::TypeDesc::UINT8, channels, 1);
+  const Bool closed = out->close();
+  if (!ok || !closed)
+  {
+    if (error)
+      *error = "encoding a PNG failed: " + out->geterror();
+    return false;
+  }
+  return true;
+}
+
 Bool SaveBitmap(const BaseBitmap& bmp, const std::string& path, Bool floatData, std::string* error, Int32 threads)
 {
   SaveOptions options;

@@ -45,5 +45,9 @@ Bool SaveViews(const std::vector<std::pair<std::string, const BaseBitmap*>>& vie
                const SaveOptions& options, std::string* error);
 
 /// Whether SaveBitmap knows the extension of `path`; `floatOnly` tells if it holds floats only.
+/// `bmp` as the bytes of an 8-bit PNG file (with alpha where it has one), for a picture served
+/// rather than written.
+Bool EncodePng(const BaseBitmap& bmp, std::vector<unsigned char>& bytes, std::string* error);
+
 Bool IsPictureName(const std::string& path, Bool* holdsFloat = nullptr);
 } // namespace host

@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 
+#include "host_app.h"
 #include "resource_lexer.h"
 #include "resource_parser.h"
 
@@ -212,5 +213,18 @@ DescriptionStore& Descriptions()
 {
   static DescriptionStore store;
   return store;
+}
+
+String DescriptionNameOf(Int32 type)
+{
+  if (type == Rbase)
+    return String("Rbase");
+  const PluginEntry* e = App().plugins.Find(type);
+  return e ? e->description : String();
+}
+
+Bool LoadHostDescriptions(const Filename& resFolder, String* error)
+{
+  return Descriptions().Load(resFolder, String("Rbase"), error) != nullptr;
 }
 } // namespace host

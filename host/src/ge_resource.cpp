@@ -56,8 +56,8 @@ Bool Description::LoadDescription(const String& descName)
 
 Bool Description::LoadDescription(Int32 type)
 {
-  const host::PluginEntry* entry = host::App().plugins.Find(type);
-  return entry && entry->description.IsPopulated() && LoadDescription(entry->description);
+  const String desc = host::DescriptionNameOf(type);
+  return desc.IsPopulated() && LoadDescription(desc);
 }
 
 Int32 Description::GetEntryId(Int32 index) const

@@ -2,7 +2,9 @@
 // plug-ins asked of the user interface. Internal to the host, its tests and the command line.
 #pragma once
 
+#include <atomic>
 #include <deque>
+#include <mutex>
 #include <map>
 #include <memory>
 #include <vector>
@@ -42,21 +44,23 @@ private:
   std::vector<PluginEntry> entries;
 };
 
-/// The console: every line a plug-in printed, in order.
+/// The console: every line a plug-in printed, in order. A render on its own thread prints beside
+/// the studio's edits, so every access takes the lock.
 class Console
 {
 public:
   void Print(const String& line);
-  const std::vector<String>& Lines() const { return lines; }
+  std::vector<String> Lines() const;
   /// Whether `text` is part of any line.
   Bool Contains(const String& text) const;
-  void Clear() { lines.clear(); }
+  void Clear();
   /// Also write each line to standard error, as the command-line host does.
   void SetEcho(Bool on) { echo = on; }
 
 private:
+  mutable std::mutex lock;
   std::vector<String> lines;
-  Bool echo = false;
+  std::atomic<Bool> echo{false};
 };
 
 /// A dialog a plug-in showed, and the button that answered it.
@@ -110,6 +114,12 @@ struct UndoCall
 };
 /// The AddUndo calls of the document's last done step, in order; empty without one.
 std::vector<UndoCall> LastUndoStep(const BaseDocument* doc);
+/// Whether DoUndo and DoRedo of `doc` have a step to take.
+Bool CanUndo(const BaseDocument* doc);
+Bool CanRedo(const BaseDocument* doc);
+/// Takes the document as it is now as what the last done step leads to, so that one stroke of
+/// the mouse that arrives in several parts stays one step; false if no step can be extended.
+Bool ExtendLastUndoStep(BaseDocument* doc);
 
 /// Gives a new node the data of its registered plug-in type and runs Init; false if the type is
 /// registered but its data can't be made or doesn't initialise. Unregistered types pass.

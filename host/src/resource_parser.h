@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <deque>
 #include <vector>
 
 #include "c4d_resource.h"
@@ -52,10 +53,16 @@ public:
   void Clear() { loaded.clear(); }
 
 private:
-  std::vector<DescriptionResource> loaded;
+  std::deque<DescriptionResource> loaded; ///< a deque, so that a later load keeps earlier pointers
 };
 
 DescriptionStore& Descriptions();
+
+/// The name of the description that shows nodes of `type`: a plug-in's registered one, or the
+/// host's own for its render settings; empty if none.
+String DescriptionNameOf(Int32 type);
+/// Loads the host's own descriptions (the render settings) from its `resFolder`.
+Bool LoadHostDescriptions(const Filename& resFolder, String* error);
 
 /// The whole text of a file; false if it can't be read.
 bool ReadTextFile(const std::string& path, std::string& text);

@@ -226,4 +226,26 @@ std::vector<UndoCall> LastUndoStep(const BaseDocument* doc)
   const BaseDocument::UndoHistory* h = doc->GetUndoHistory();
   return h && h->done > 0 ? h->steps[h->done - 1].calls : std::vector<UndoCall>();
 }
+
+Bool CanUndo(const BaseDocument* doc)
+{
+  const BaseDocument::UndoHistory* h = doc->GetUndoHistory();
+  return h && h->depth == 0 && h->done > 0;
+}
+
+Bool CanRedo(const BaseDocument* doc)
+{
+  const BaseDocument::UndoHistory* h = doc->GetUndoHistory();
+  return h && h->depth == 0 && h->done < h->steps.size();
+}
+
+Bool ExtendLastUndoStep(BaseDocument* doc)
+{
+  // The history is the host's own; the document hands it out read-only to keep plug-ins off it.
+  auto* h = const_cast<BaseDocument::UndoHistory*>(doc->GetUndoHistory());
+  if (!h || h->depth > 0 || h->done == 0 || h->done != h->steps.size())
+    return false;
+  h->steps[h->done - 1].after = Capture(doc);
+  return true;
+}
 } // namespace host

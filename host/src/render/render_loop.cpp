@@ -87,6 +87,7 @@ private:
   Bool ViewsDone(const Frame& frame, const RenderBitmap& picture);
   Bool SetupCamera(Int32 image);
   void TraceImage(size_t imagesBefore);
+  Bool Cancelled() const { return options.cancel && options.cancel->load(std::memory_order_relaxed); }
   /// Copies the finished image out of the buffer, rows in parallel.
   void KeepImage(RenderBitmap* target);
   void Report(Float done);
@@ -216,6 +217,8 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
     if (!lens && !SetupCamera(i))
       return false;
     TraceImage(frameIndex * static_cast<size_t>(imageCount) + static_cast<size_t>(i));
+    if (Cancelled())
+      return Fail(String("the render was cancelled"));
     if (frameIndex == 0 && i == 0 && options.probeRays)
       for (const auto& [x, y] : options.probe)
         options.probeRays->push_back(tracer.Shoot(x, y));
@@ -340,7 +343,7 @@ void RenderLoop::TraceImage(size_t imagesBefore)
   const Int64 tileCount = tracer.tileCount;
   arena.execute([&] {
     tbb::parallel_for(tbb::blocked_range<Int64>(0, tileCount, 1), [&](const tbb::blocked_range<Int64>& range) {
-      for (Int64 t = range.begin(); t != range.end(); ++t)
+      for (Int64 t = range.begin(); t != range.end() && !Cancelled(); ++t)
         tracer.TraceTile(t);
       const Int64 done = tilesDone.fetch_add(static_cast<Int64>(range.size())) + static_cast<Int64>(range.size());
       // Only the calling thread reports, so the callback needs no lock.

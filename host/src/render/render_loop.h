@@ -1,6 +1,7 @@
 // The host's render: drives the video posts through their stages and ray-traces the document.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -56,6 +57,8 @@ struct RenderOptions
   /// right after it is traced, into `probeRays`: how the lens maps the frame, at no cost.
   std::vector<std::pair<Float, Float>> probe;
   std::vector<Ray>* probeRays = nullptr;
+  /// Set by another thread to stop the render at its next tile; RenderDocument then gives false.
+  const std::atomic<bool>* cancel = nullptr;
 
   static constexpr Int32 kMaxSamples = 1024;
 };

@@ -118,6 +118,32 @@ BaseDocument* LoadScene(const std::string& file, SceneError* error)
   return doc;
 }
 
+BaseDocument* CopyDocument(BaseDocument* doc, std::string* error)
+{
+  const std::string folder = doc->GetDocumentPath().GetString().GetStdString();
+  BaseDocument* copy = BaseDocument::Alloc();
+  copy->SetDocumentPath(doc->GetDocumentPath());
+  copy->SetDocumentName(doc->GetDocumentName());
+  try
+  {
+    const Json root = SaveDocument(doc, folder);
+    LoadingDocument loading(copy);
+    LoadDocument(copy, folder, root);
+    copy->SetTime(doc->GetTime());
+    return copy;
+  }
+  catch (const SceneProblem& p)
+  {
+    *error = (p.path.empty() ? std::string() : p.path + ": ") + p.problem;
+  }
+  catch (const std::exception& e)
+  {
+    *error = e.what();
+  }
+  BaseDocument::Free(copy);
+  return nullptr;
+}
+
 bool SaveScene(BaseDocument* doc, const std::string& file, SceneError* error)
 {
   SceneError local;

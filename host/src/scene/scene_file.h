@@ -29,6 +29,10 @@ BaseDocument* LoadScene(const std::string& file, SceneError* error);
 /// rename). Loading the result gives the same document.
 bool SaveScene(BaseDocument* doc, const std::string& file, SceneError* error);
 
+/// A copy of `doc` made as saving and loading it would make one, for a render that must not see
+/// later edits; null with `error` for what a scene file cannot hold.
+BaseDocument* CopyDocument(BaseDocument* doc, std::string* error);
+
 /// Parses one parameter value written as in a scene file (a number, `{"deg": x}`, a vector as
 /// [x, y, z], a string) for the description entry `id` of `node`, checking its type and range.
 /// Used by the command line's --set.

@@ -185,8 +185,8 @@ Int32 FindPluginType(const Json& v, const std::string& path, Bool videoPost)
 
 const DescriptionResource* DescriptionOf(Int32 type)
 {
-  const PluginEntry* e = App().plugins.Find(type);
-  return e ? Descriptions().Find(e->description) : nullptr;
+  const String name = DescriptionNameOf(type);
+  return name.IsPopulated() ? Descriptions().Find(name) : nullptr;
 }
 
 Json ParseJson(const std::string& text)
