@@ -94,7 +94,9 @@ void Studio::Impl::EditRoutes()
       std::lock_guard<std::mutex> hold(docLock);
       BaseList2D* node = Node(StringField(body, "node"));
       Json entry;
-      for (const Json& e : PanelOf(node)["entries"])
+      // The panel is held by name: a range-for over a member of a temporary reads freed memory.
+      const Json panel = PanelOf(node);
+      for (const Json& e : panel["entries"])
         if (e["id"] == id)
           entry = e;
       if (entry.is_null() || (entry["type"] != "BUTTON" && entry["type"] != "BITMAPBUTTON"))
