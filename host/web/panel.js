@@ -291,6 +291,11 @@ export class Panel {
           const img = document.createElement('img');
           img.src = entry.bitmap;
           img.alt = entry.label || '';
+          // The node may have no picture for it (an empty cell of a layout): an empty button then.
+          img.addEventListener('error', () => {
+            img.remove();
+            button.classList.add('empty');
+          });
           button.append(img);
         } else {
           button.textContent = entry.label || '…';

@@ -59,7 +59,7 @@ class Studio {
     const replaced = fresh || !before || doc.revision < before.revision || doc.scene !== before.scene ||
       doc.name !== before.name;
     document.body.dataset.revision = String(doc.revision);
-    document.getElementById('doc-title').textContent = `${doc.name || 'Untitled'} — ${doc.scene || 'not saved'}`;
+    document.getElementById('doc-title').textContent = doc.scene ? `${doc.name || 'Untitled'} — ${doc.scene}` : (doc.name || 'Untitled');
     document.title = `${doc.name || 'Untitled'} — OrlixCam Studio`;
     for (const id of ['undo', 'redo']) {
       const can = id === 'undo' ? doc.undo.canUndo : doc.undo.canRedo;
@@ -308,11 +308,18 @@ class Studio {
 
   async save() {
     const doc = this.doc;
-    const suggestion = (doc && doc.scene) || 'scene.json';
-    const path = window.prompt(`Save the scene as (a .json file under ${doc ? doc.folder : 'the scene folder'}):`, suggestion);
+    let folder = 'the scene folder';
+    try {
+      folder = (await api('GET', '/api/scenes')).folder;
+    } catch (e) {
+      return reportError(e);
+    }
+    const suggestion = (doc && doc.scene) || (this.lastSaved || 'scene.json');
+    const path = window.prompt(`Save the scene as (a .json file under ${folder}):`, suggestion);
     if (!path) return;
     try {
       const answer = await api('POST', '/api/save', {path});
+      this.lastSaved = answer.saved;
       notice(`Saved ${answer.saved}`);
       this.documentChanged({view: false});
     } catch (e) {

@@ -186,6 +186,12 @@ class StudioPage(unittest.TestCase):
         self.assertEqual(s.entry(self.studio.panel(tag), "ORLIXTAG_DOME_FOV")["value"], {"deg": 200.0})
         self.driver.get_log("browser")   # the refused edit's 400 is logged by the browser: expected
 
+        # A button that may ask: the user answers up front; what the plug-in said shows.
+        self.row("ORLIXTAG_FIT_KEEP_WIDTH").find_element(By.TAG_NAME, "button").click()
+        self.wait.until(lambda d: d.switch_to.alert).accept()
+        self.wait.until(lambda d: d.find_element(By.ID, "notice").get_attribute("data-kind") == "dialog")
+        self.assertTrue(self.driver.find_element(By.ID, "notice").text)
+
     def test_pad_drag_moves_the_probe_and_the_view(self):
         tag = self.open_tag()
         group = self.row("ORLIXTAG_GROUP_STEREO")
@@ -217,8 +223,8 @@ class StudioPage(unittest.TestCase):
 
         # The whole drag is one undo step: one Ctrl+Z puts the probe back.
         self.assertTrue(self.studio.document()["undo"]["canUndo"])
-        ActionChains(self.driver).move_to_element(self.driver.find_element(By.ID, "object-tree")).click() \
-            .key_down(Keys.CONTROL).send_keys("z").key_up(Keys.CONTROL).perform()
+        self.driver.execute_script("document.activeElement.blur()")
+        ActionChains(self.driver).key_down(Keys.CONTROL).send_keys("z").key_up(Keys.CONTROL).perform()
         self.wait.until(lambda d: [s.entry(self.studio.panel(tag), k)["value"] for k in
                                    ("ORLIXTAG_PROBE_LATITUDE", "ORLIXTAG_PROBE_LONGITUDE")] == probe_before)
         self.assertEqual(self.studio.document()["undo"]["canUndo"], undo_before["canUndo"])
