@@ -135,9 +135,24 @@ Bool DrawViews(Int32 /*flags*/, BaseDraw* /*bd*/)
   return true;
 }
 
+namespace
+{
+thread_local BaseDocument* documentInHand = nullptr;
+}
+
+host::ActiveDocumentScope::ActiveDocumentScope(BaseDocument* doc) : previous(documentInHand)
+{
+  documentInHand = doc;
+}
+
+host::ActiveDocumentScope::~ActiveDocumentScope()
+{
+  documentInHand = previous;
+}
+
 BaseDocument* GetActiveDocument()
 {
-  return host::App().activeDocument;
+  return documentInHand ? documentInHand : host::App().activeDocument;
 }
 
 void InsertBaseDocument(BaseDocument* doc)

@@ -99,6 +99,21 @@ struct AppState
 
 AppState& App();
 
+/// While it lives, the document that this thread loads or renders stands as the active one for
+/// the plug-in code this thread runs (a tag finds "the" document's render settings through
+/// GetActiveDocument); other threads still see the user's document.
+class ActiveDocumentScope
+{
+public:
+  explicit ActiveDocumentScope(BaseDocument* doc);
+  ~ActiveDocumentScope();
+  ActiveDocumentScope(const ActiveDocumentScope&) = delete;
+  ActiveDocumentScope& operator=(const ActiveDocumentScope&) = delete;
+
+private:
+  BaseDocument* previous;
+};
+
 /// Frees every document and forgets registrations, console lines and the interface record.
 void ResetApp();
 

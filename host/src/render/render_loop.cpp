@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "host_app.h"
 #include "panel.h"
 #include "render/render_buffers.h"
 #include "render/render_limits.h"
@@ -378,7 +379,9 @@ Bool RenderDocument(BaseDocument* doc, const RenderOptions& options, BitmapPtr* 
     *message = String("no document to render");
     return false;
   }
-  // The host evaluates a document before it renders it.
+  // The host evaluates a document before it renders it; the document rendered is the active one
+  // for what the render's control flow asks, which may be a copy on a thread of its own.
+  ActiveDocumentScope rendering(doc);
   ExecuteExpressions(doc);
   RenderLoop loop(doc, options, message);
   if (loop.Run(firstFrame))

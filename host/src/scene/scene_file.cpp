@@ -23,15 +23,7 @@ namespace
 {
 // Nodes made while a scene loads look for "the" document (a lens tag adds its video post there):
 // the one being loaded, for as long as it loads.
-class LoadingDocument
-{
-public:
-  explicit LoadingDocument(BaseDocument* doc) : previous(App().activeDocument) { App().activeDocument = doc; }
-  ~LoadingDocument() { App().activeDocument = previous; }
-
-private:
-  BaseDocument* previous;
-};
+using LoadingDocument = ActiveDocumentScope;
 
 std::string FolderOf(const std::string& file)
 {
