@@ -37,6 +37,8 @@ export class Viewport {
 
   /// Asks for a fresh picture; while one loads, one more is asked for when it arrives.
   redraw() {
+    // A hidden tab has no size; showing it again redraws.
+    if (!this.box.clientWidth || !this.box.clientHeight) return;
     if (this.loading) {
       this.stale = true;
       return;

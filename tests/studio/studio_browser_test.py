@@ -12,6 +12,7 @@ if __name__ == "__main__" and s.browser_missing():
     sys.exit(77)
 
 from selenium.webdriver.common.action_chains import ActionChains  # noqa: E402
+from selenium.webdriver.common.actions.wheel_input import ScrollOrigin  # noqa: E402
 from selenium.webdriver.common.by import By  # noqa: E402
 from selenium.webdriver.common.keys import Keys  # noqa: E402
 from selenium.webdriver.support.ui import Select, WebDriverWait  # noqa: E402
@@ -228,6 +229,28 @@ class StudioPage(unittest.TestCase):
         self.wait.until(lambda d: [s.entry(self.studio.panel(tag), k)["value"] for k in
                                    ("ORLIXTAG_PROBE_LATITUDE", "ORLIXTAG_PROBE_LONGITUDE")] == probe_before)
         self.assertEqual(self.studio.document()["undo"]["canUndo"], undo_before["canUndo"])
+
+    def test_viewport_looks_through_cameras_orbits_and_zooms(self):
+        d = self.driver
+        self.wait.until(lambda d: self.view_print())
+        view = d.find_element(By.ID, "viewport")
+        camera = self.studio.call("GET", "/api/view")["cameras"][0]
+        revision = self.studio.document()["revision"]
+        steps = [
+            ("look through a scene camera", lambda: Select(d.find_element(By.ID, "camera-select")).select_by_value(camera), camera),
+            ("drag: orbit", lambda: ActionChains(d).move_to_element(view).click_and_hold().move_by_offset(60, 20)
+             .move_by_offset(40, 10).release().perform(), "editor"),
+            ("shift+drag: pan", lambda: ActionChains(d).move_to_element(view).key_down(Keys.SHIFT).click_and_hold()
+             .move_by_offset(-50, 30).release().key_up(Keys.SHIFT).perform(), "editor"),
+            ("wheel: zoom", lambda: ActionChains(d).scroll_from_origin(ScrollOrigin.from_element(view), 0, 300).perform(), "editor"),
+        ]
+        for what, act, looking in steps:
+            before = self.view_print()
+            act()
+            self.wait.until(lambda d: self.view_print() not in (None, before), what)
+            self.assertEqual(self.studio.call("GET", "/api/view")["camera"], looking, what)
+            self.assertEqual(d.find_element(By.ID, "camera-select").get_attribute("value"), looking, what)
+        self.assertEqual(self.studio.document()["revision"], revision, "moving the view is no edit")
 
     def test_create_camera_from_the_menu_then_undo_and_redo(self):
         names = self.object_names()
