@@ -288,8 +288,10 @@ class Studio {
       const url = typeof item === 'string' ? item : item.url;
       const file = typeof item === 'string' ? item : item.file;
       if (url && /^(\/|https?:)/.test(url)) {
-        const w = window.open(url, '_blank', 'noopener');
-        if (!w) notice(`Opened ${url} (allow pop-ups to see it in a new tab)`);
+        // With 'noopener' the browser answers null even when the tab opens: cut the link by hand.
+        const w = window.open(url, '_blank');
+        if (w) w.opener = null;
+        else notice(`The browser blocked the new tab for ${url}: allow pop-ups for this page`);
       } else if (file) {
         notice(`The host opened ${file}`);
       }
