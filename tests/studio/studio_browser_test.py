@@ -73,7 +73,7 @@ class StudioPage(unittest.TestCase):
 
     def setUp(self):
         self.studio = s.Studio("stereo_anaglyph_dome.json")
-        self.addCleanup(self.studio.stop)
+        self.addCleanup(self.studio.stop_cleanly, self)
         self.wait = WebDriverWait(self.driver, s.WAIT)
         self.driver.get(self.studio.url)
         self.wait.until(lambda d: d.find_elements(By.CSS_SELECTOR, "#object-tree .tag"))

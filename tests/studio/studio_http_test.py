@@ -24,7 +24,7 @@ def tree_print(folder):
 class StudioSafety(unittest.TestCase):
     def setUp(self):
         self.studio = s.Studio("fulldome.json")
-        self.addCleanup(self.studio.stop)
+        self.addCleanup(self.studio.stop_cleanly, self)
 
     def test_host_origin_and_token_are_checked(self):
         st = self.studio

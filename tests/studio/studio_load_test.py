@@ -41,7 +41,7 @@ def same(a, b):
 class StudioLoad(unittest.TestCase):
     def test_requests_at_once_while_rendering(self):
         st = s.Studio("stereo_anaglyph_dome.json")
-        self.addCleanup(st.stop)
+        self.addCleanup(st.stop_cleanly, self)
         tag = st.lens_tag()
         panel = st.panel(tag)
         entries = [s.entry(panel, symbol) for symbol in PARAMETERS]

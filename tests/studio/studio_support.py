@@ -66,11 +66,13 @@ class Studio:
             raise AssertionError(f"orlixcam studio printed no address; its log:\n{self.log_text()}")
 
     def log_text(self):
-        self.log.flush()
+        if not self.log.closed:
+            self.log.flush()
         with open(self.log_path, "rb") as f:
             return f.read().decode("utf-8", "replace")[-4000:]
 
     def stop(self):
+        """Ends the studio as Ctrl+C would; its exit code (0: it shut down cleanly)."""
         if self.proc.poll() is None:
             self.proc.terminate()
             try:
@@ -82,8 +84,14 @@ class Studio:
         self.proc.stdout.close()
         self.log.close()
         code = self.proc.returncode
+        self.exit_log = self.log_text() if code else ""
         shutil.rmtree(self.folder, ignore_errors=True)
         return code
+
+    def stop_cleanly(self, test):
+        """For addCleanup: stops the studio and fails `test` unless it ended with 0."""
+        code = self.stop()
+        test.assertEqual(code, 0, f"orlixcam studio ended with {code}:\n{self.exit_log}")
 
     def raw(self, method, path, body=None, headers=None, token=True, host=None):
         """One request as given: (status, headers, body bytes). `body` is sent as is when bytes, else as JSON."""
