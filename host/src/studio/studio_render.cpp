@@ -39,11 +39,12 @@ void Studio::Impl::StartRender(bool editor, Int32 width, Int32 height, Int32 sam
   if (!copy)
     throw Refusal{400, "the document can't be copied for a render: " + error};
   {
+    // The thread is made under the job's lock too: Stop then either finds it or this refuses.
     std::lock_guard<std::mutex> hold(job.lock);
-    if (job.running)
+    if (stopping || job.running)
     {
       BaseDocument::Free(copy);
-      throw Refusal{409, "a render is running already"};
+      throw stopping ? Refusal{503, "the studio is stopping"} : Refusal{409, "a render is running already"};
     }
     if (job.worker.joinable())
       job.worker.join(); // the last one has ended; only its thread is left
@@ -54,44 +55,44 @@ void Studio::Impl::StartRender(bool editor, Int32 width, Int32 height, Int32 sam
     job.seconds = 0.0;
     ++job.number, ++job.serial;
     job.cancel = false;
+    job.worker = std::thread([this, copy, editor, width, height, samples] {
+      RenderOptions options;
+      options.width = width, options.height = height, options.samples = samples;
+      options.editorRender = editor;
+      options.cancel = &job.cancel;
+      options.progress = [this](Float done) {
+        {
+          std::lock_guard<std::mutex> hold(job.lock);
+          job.done = done;
+          ++job.serial;
+        }
+        job.changed.notify_all();
+      };
+      const auto start = std::chrono::steady_clock::now();
+      BitmapPtr picture;
+      String message;
+      const bool ok = RenderDocument(copy, options, &picture, &message);
+      BaseDocument* doc = copy;
+      BaseDocument::Free(doc);
+      std::vector<unsigned char> png;
+      std::string encodeError;
+      const bool encoded = ok && picture && EncodePng(*picture, png, &encodeError);
+      std::lock_guard<std::mutex> hold(job.lock);
+      job.running = false, job.finished = true;
+      job.ok = encoded;
+      job.error = ok ? encodeError : job.cancel ? "cancelled" : message.GetStdString();
+      job.seconds = std::chrono::duration<Float>(std::chrono::steady_clock::now() - start).count();
+      if (encoded)
+      {
+        job.png = std::move(png);
+        job.width = picture->GetBw(), job.height = picture->GetBh();
+        job.done = 1.0;
+      }
+      ++job.serial;
+      job.changed.notify_all();
+    });
   }
   job.changed.notify_all();
-  job.worker = std::thread([this, copy, editor, width, height, samples] {
-    RenderOptions options;
-    options.width = width, options.height = height, options.samples = samples;
-    options.editorRender = editor;
-    options.cancel = &job.cancel;
-    options.progress = [this](Float done) {
-      {
-        std::lock_guard<std::mutex> hold(job.lock);
-        job.done = done;
-        ++job.serial;
-      }
-      job.changed.notify_all();
-    };
-    const auto start = std::chrono::steady_clock::now();
-    BitmapPtr picture;
-    String message;
-    const bool ok = RenderDocument(copy, options, &picture, &message);
-    BaseDocument* doc = copy;
-    BaseDocument::Free(doc);
-    std::vector<unsigned char> png;
-    std::string encodeError;
-    const bool encoded = ok && picture && EncodePng(*picture, png, &encodeError);
-    std::lock_guard<std::mutex> hold(job.lock);
-    job.running = false, job.finished = true;
-    job.ok = encoded;
-    job.error = ok ? encodeError : job.cancel ? "cancelled" : message.GetStdString();
-    job.seconds = std::chrono::duration<Float>(std::chrono::steady_clock::now() - start).count();
-    if (encoded)
-    {
-      job.png = std::move(png);
-      job.width = picture->GetBw(), job.height = picture->GetBh();
-      job.done = 1.0;
-    }
-    ++job.serial;
-    job.changed.notify_all();
-  });
 }
 
 void Studio::Impl::RenderRoutes()

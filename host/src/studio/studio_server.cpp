@@ -175,15 +175,19 @@ void Studio::Stop()
 {
   if (impl->stopping.exchange(true))
     return;
-  impl->job.cancel = true;
+  std::thread worker;
   {
+    // Under the job's lock, so that a render a request starts at this moment is either refused
+    // (it sees `stopping`) or already has its thread here to be cancelled and joined.
     std::lock_guard<std::mutex> hold(impl->job.lock);
+    impl->job.cancel = true;
     ++impl->job.serial;
+    worker = std::move(impl->job.worker);
   }
   impl->job.changed.notify_all();
   impl->server.stop();
-  if (impl->job.worker.joinable())
-    impl->job.worker.join();
+  if (worker.joinable())
+    worker.join();
 }
 
 bool Studio::Impl::Admit(const httplib::Request& req, httplib::Response& res) const
