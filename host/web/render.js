@@ -106,6 +106,8 @@ export class RenderView {
       if (Number.isFinite(n) && n > 0) body[key] = Math.round(n);
     }
     this.studio.showTab('render');
+    this.progress.dataset.state = 'starting';
+    this.status.textContent = 'Starting…';
     try {
       const answer = await api('POST', '/api/render', body);
       // Its events may have come first: a render already reported done stays done.
@@ -115,6 +117,8 @@ export class RenderView {
         this.status.textContent = `Render ${answer.job} started`;
       }
     } catch (e) {
+      this.progress.dataset.state = 'refused';
+      this.status.textContent = e.message;
       reportError(e);
     }
   }

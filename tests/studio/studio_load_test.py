@@ -32,10 +32,8 @@ def values_for(e, count, client):
     return [round(v, 6) if e["type"] == "REAL" else int(v) for v in out]
 
 
-def same(a, b):
-    if isinstance(a, dict):
-        return isinstance(b, dict) and abs(a["deg"] - b["deg"]) < 1e-6
-    return abs(a - b) < 1e-6
+def same(e, a, b):
+    return abs(s.degrees(e, a) - s.degrees(e, b)) < 1e-6
 
 
 class StudioLoad(unittest.TestCase):
@@ -67,7 +65,7 @@ class StudioLoad(unittest.TestCase):
                         value = next(values)
                         answer = st.call("POST", "/api/edit", {"node": tag, "id": e["id"], "value": value})
                         mine = s.entry(answer["panel"], e["symbol"])["value"]
-                        if not same(mine, value):
+                        if not same(e, mine, value):
                             failures.append(f"client {c}: sent {value}, the answer holds {mine}")
                         last_sent[c] = value
                         edits[c] += 1
@@ -93,7 +91,7 @@ class StudioLoad(unittest.TestCase):
         # No lost edit: each client's last value is the document's, and the revision counted each edit once.
         final = st.panel(tag)
         for c, e in enumerate(entries):
-            self.assertTrue(same(s.entry(final, e["symbol"])["value"], last_sent[c]),
+            self.assertTrue(same(e, s.entry(final, e["symbol"])["value"], last_sent[c]),
                             f"{e['symbol']}: {s.entry(final, e['symbol'])['value']} != {last_sent[c]}")
         self.assertEqual(st.document()["revision"] - start_revision, sum(edits))
 

@@ -4,6 +4,7 @@ Each test script is run as `python3 SCRIPT.py ORLIXCAM SOURCE_DIR [unittest opti
 """
 import http.client
 import json
+import math
 import os
 import re
 import shutil
@@ -148,6 +149,15 @@ def entry(panel, symbol):
         if e["symbol"] == symbol:
             return e
     raise AssertionError(f"{symbol} is not in the panel of {panel['node']}")
+
+
+def degrees(e, value=None):
+    """An angle entry's value in degrees, as the panel shows it: scene files write an angle as
+    {"deg": x}, or as plain radians where degrees would not give the same number back."""
+    v = e["value"] if value is None else value
+    if isinstance(v, dict):
+        return v["deg"]
+    return math.degrees(v) if e.get("unit") == "DEGREE" and isinstance(v, (int, float)) else v
 
 
 def visible_entries(panel):
