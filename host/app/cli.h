@@ -41,7 +41,7 @@ void CheckOutputFile(const std::string& option, const std::string& file);
 void LoadPlugin(host::PluginModule& module, const std::string& folderOption);
 /// A node type by the name scene files give it: its description's, else its plug-in's, else its id.
 std::string TypeName(Int32 type);
-/// Loads a scene file and makes it the active document.
+/// Loads a scene file and makes it the active document; an empty name makes an empty one.
 BaseDocument* OpenScene(const std::string& file);
 /// The first tag of `type` under `op`, depth first.
 BaseTag* FirstTag(BaseObject* op, Int32 type);

@@ -76,6 +76,12 @@ std::string TypeName(Int32 type)
 
 BaseDocument* OpenScene(const std::string& file)
 {
+  if (file.empty())
+  {
+    BaseDocument* doc = BaseDocument::Alloc();
+    SetActiveDocument(doc);
+    return doc;
+  }
   host::scene::SceneError error;
   BaseDocument* doc = host::scene::LoadScene(file, &error);
   if (!doc)

@@ -102,14 +102,7 @@ int CommandCommand(const CommandArgs& args, const std::string& plugins)
     CheckOutputFile("-o", args.out);
   host::PluginModule module;
   LoadPlugin(module, plugins);
-  BaseDocument* doc = nullptr;
-  if (args.scene.empty())
-  {
-    doc = BaseDocument::Alloc();
-    SetActiveDocument(doc);
-  }
-  else
-    doc = OpenScene(args.scene);
+  BaseDocument* doc = OpenScene(args.scene);
   if (!args.select.empty())
   {
     BaseObject* op = doc->SearchObject(String(args.select));

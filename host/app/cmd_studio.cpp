@@ -34,14 +34,7 @@ int StudioCommand(const StudioArgs& args, const std::string& plugins)
   String resError;
   if (!host::LoadHostDescriptions(Filename((ProgramFolder() / "res").string().c_str()), &resError))
     throw Stop{"the render settings' panel can't be read: " + resError.GetStdString(), kFailed};
-  BaseDocument* doc = nullptr;
-  if (args.scene.empty())
-  {
-    doc = BaseDocument::Alloc();
-    SetActiveDocument(doc);
-  }
-  else
-    doc = OpenScene(args.scene);
+  BaseDocument* doc = OpenScene(args.scene);
   host::ExecuteExpressions(doc);
 
   host::studio::StudioOptions options;
