@@ -75,7 +75,7 @@ export class Panel {
     this.form.replaceChildren();
     this.form.dataset.node = model ? model.node : (this.node || '');
     this.form.dataset.revision = model ? model.revision : '';
-    this.title.textContent = model ? `— ${model.name}` : '';
+    this.title.textContent = model ? `— ${this.studio.nodeName(model.node) || model.name}` : '';
     if (!model) {
       const empty = document.createElement('p');
       empty.className = 'empty';

@@ -145,6 +145,7 @@ class Studio {
     item.className = 'tree-item leaf';
     item.setAttribute('role', 'treeitem');
     item.dataset.node = id;
+    item.dataset.name = label;
     item.dataset.type = type;
     if (!enabled) item.classList.add('off');
     const line = document.createElement('div');
@@ -174,6 +175,13 @@ class Studio {
     span.textContent = (type || '?').charAt(0).toUpperCase();
     span.setAttribute('aria-hidden', 'true');
     return span;
+  }
+
+  /// The name the object manager shows for a node (the panel's own may be only a type).
+  nodeName(node) {
+    const el = this.tree.querySelector(`[data-node="${CSS.escape(node)}"]`);
+    if (!el) return null;
+    return el.matches('.tag') ? el.title : el.dataset.name;
   }
 
   /// Marks the node whose panel is shown.
