@@ -48,7 +48,7 @@ class StudioLoad(unittest.TestCase):
         start_revision = st.document()["revision"]
 
         # A render long enough to run under the whole burst; it works on a copy of the document.
-        job = st.call("POST", "/api/render", {"editor": False, "width": 512, "height": 512, "samples": 16})["job"]
+        job = st.call("POST", "/api/render", {"editor": False, "width": 1024, "height": 1024, "samples": 64})["job"]
         self.assertTrue(st.call("GET", "/api/render/state")["running"])
 
         failures, last_sent, edits = [], {}, [0] * CLIENTS
