@@ -21,9 +21,16 @@ std::string SceneFile(const std::string& folder, const std::string& path)
   if (fs::path(path).extension() != ".json")
     throw Refusal{400, path + ": a scene file's name ends in .json"};
   const std::optional<std::string> file = InsideFolder(folder, path);
-  if (!file)
-    throw Refusal{403, path + ": scenes are saved and opened only under " + folder};
-  return *file;
+  if (file)
+    return *file;
+  // Outside, or inside but in a folder that isn't there: say which.
+  const fs::path asked = fs::path(path).is_absolute() ? fs::path(path) : fs::path(folder) / path;
+  const fs::path normal = asked.lexically_normal();
+  const bool looksInside = normal.string().rfind(fs::path(folder).lexically_normal().string() + "/", 0) == 0;
+  std::error_code ec;
+  if (looksInside && !fs::is_directory(normal.parent_path(), ec))
+    throw Refusal{404, path + ": no folder " + normal.parent_path().string()};
+  throw Refusal{403, path + ": scenes are saved and opened only under " + folder};
 }
 
 void ListScenes(const fs::path& folder, const fs::path& root, int depth, Json& out)

@@ -54,6 +54,8 @@ T* Nth(T* first, Int32 n)
 
 std::string TypeName(BaseList2D* node)
 {
+  if (node->GetType() == Rbase)
+    return "Render Settings";
   if (const scene::KindTable* kind = scene::KindOf(node->GetType()))
     return kind->name;
   const PluginEntry* e = App().plugins.Find(node->GetType());
@@ -122,7 +124,18 @@ Json NumberOrNull(const BaseContainer& settings, Int32 key)
   return settings.GetDataPointer(key) ? Json(settings.GetFloat(key)) : Json(nullptr);
 }
 
-Json EntryJson(const PanelEntry& e, const std::string& nodeId, const BaseDocument* doc, Int64 revision)
+/// Whether bitmap button `e` has a picture to show: a button beyond a layout's grid has none.
+bool HasPicture(const PanelEntry& e, BaseList2D* node)
+{
+  if (e.type != "BITMAPBUTTON" || e.hidden)
+    return false;
+  BaseBitmap* bmp = ButtonBitmap(node, e.id);
+  const bool shown = bmp && bmp->GetBw() > 0 && bmp->GetBh() > 0;
+  BaseBitmap::Free(bmp);
+  return shown;
+}
+
+Json EntryJson(const PanelEntry& e, BaseList2D* node, const std::string& nodeId, const BaseDocument* doc, Int64 revision)
 {
   Json value = nullptr;
   if (e.hasValue && e.type == "STATICTEXT")
@@ -144,9 +157,9 @@ Json EntryJson(const PanelEntry& e, const std::string& nodeId, const BaseDocumen
             {"step", NumberOrNull(e.settings, DESC_STEP)},
             {"cycle", CycleJson(e.settings)},
             {"customGui", e.customGui.IsPopulated() ? Json(e.customGui.GetStdString()) : Json(nullptr)},
-            {"bitmap", e.type == "BITMAPBUTTON" ? Json("/api/bitmap?node=" + nodeId + "&id=" + std::to_string(e.id) +
-                                                       "&r=" + std::to_string(revision))
-                                                : Json(nullptr)}};
+            {"bitmap", HasPicture(e, node) ? Json("/api/bitmap?node=" + nodeId + "&id=" + std::to_string(e.id) +
+                                                   "&r=" + std::to_string(revision))
+                                              : Json(nullptr)}};
   if (e.type == "GROUP")
     j["open"] = static_cast<bool>(e.open);
   return j;
@@ -244,7 +257,7 @@ bool PanelJson(BaseList2D* node, Int64 revision, Json* out, std::string* error)
   const std::string id = NodeId(node);
   Json entries = Json::array();
   for (const PanelEntry& e : panel.entries)
-    entries.push_back(EntryJson(e, id, node->GetDocument(), revision));
+    entries.push_back(EntryJson(e, node, id, node->GetDocument(), revision));
   *out = {{"node", id},
           {"description", panel.description.GetStdString()},
           {"name", node->GetName().IsPopulated() ? node->GetName().GetStdString() : TypeName(node)},

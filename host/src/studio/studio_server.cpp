@@ -217,6 +217,12 @@ void Studio::Impl::Routes()
   server.set_pre_routing_handler([this](const httplib::Request& req, httplib::Response& res) {
     return Admit(req, res) ? httplib::Server::HandlerResponse::Unhandled : httplib::Server::HandlerResponse::Handled;
   });
+  // What the server itself refuses (a POST without a length, a body too large) says so as JSON too.
+  server.set_error_handler([](const httplib::Request&, httplib::Response& res) {
+    if (res.body.empty())
+      AnswerError(res, res.status, res.status == 413 ? "the request's body is larger than 1 MiB"
+                                   : res.status == 404 ? "no such address" : "the request is malformed");
+  });
   server.set_exception_handler([](const httplib::Request&, httplib::Response& res, std::exception_ptr ep) {
     std::string what = "unknown";
     try
@@ -316,12 +322,13 @@ void Studio::Impl::DocumentRoutes()
       std::lock_guard<std::mutex> hold(docLock);
       BaseList2D* node = Node(StringField(body, "node"));
       BaseDocument* doc = Doc();
-      if (auto* tag = dynamic_cast<BaseTag*>(node))
-        doc->SetActiveTag(tag, SELECTION_NEW);
-      else if (auto* op = dynamic_cast<BaseObject*>(node))
-        doc->SetActiveObject(op, SELECTION_NEW);
-      else
+      auto* tag = dynamic_cast<BaseTag*>(node);
+      auto* op = dynamic_cast<BaseObject*>(node);
+      if (!tag && !op)
         throw Refusal{400, "only objects and tags are selected"};
+      // A click in the manager selects one thing: the object or the tag, not both.
+      doc->SetActiveTag(tag, SELECTION_NEW);
+      doc->SetActiveObject(op, SELECTION_NEW);
       return Document();
     });
   });
