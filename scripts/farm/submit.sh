@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# Submits a frame range to Slurm as a job array of N tasks, each rendering its shard with
+# scripts/farm/orlixcam.sbatch. Run the same command again to finish what a failed or cancelled
+# task left: frames already written are skipped.
+#
+#   scripts/farm/submit.sh N SCENE OUT FRAMES [orlixcam render options...]
+#   scripts/farm/submit.sh 8 Examples/flight_dome.json /shared/flight/dome_####.png 0-99 --width 4096 --height 4096
+#
+# sbatch's own settings (partition, time limit, account) come from its environment variables,
+# such as SBATCH_PARTITION and SBATCH_TIMELIMIT. ORLIXCAM names the program (default: the build's
+# orlixcam beside this repository, else `orlixcam` on PATH). Prints the job id.
+set -euo pipefail
+here="$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)"
+
+if [ $# -lt 4 ] || [ "$1" = "-h" ] || [ "$1" = "--help" ]; then
+  sed -n '2,11p' "$0" | sed 's/^# \{0,1\}//'
+  [ $# -ge 1 ] && { [ "$1" = "-h" ] || [ "$1" = "--help" ]; } && exit 0
+  exit 2
+fi
+shards="$1" scene="$2" out="$3" frames="$4"
+shift 4
+if ! [[ "$shards" =~ ^[0-9]+$ ]] || [ "$shards" -lt 1 ]; then
+  echo "error: N must be a whole number of tasks, 1 or more, not '$shards'" >&2
+  exit 2
+fi
+if [ ! -f "$scene" ]; then
+  echo "error: no scene file $scene" >&2
+  exit 2
+fi
+# The nodes may start in another folder: every path absolute.
+scene="$(realpath "$scene")"
+out="$(realpath -m "$out")"
+mkdir -p "$(dirname "$out")"
+orlixcam="${ORLIXCAM:-}"
+if [ -z "$orlixcam" ]; then
+  for candidate in "$here/../../build-release/orlixcam" "$here/../../build/orlixcam"; do
+    [ -x "$candidate" ] && { orlixcam="$(realpath "$candidate")"; break; }
+  done
+fi
+orlixcam="${orlixcam:-orlixcam}"
+
+sbatch --parsable --array="0-$((shards - 1))" --export="ALL,ORLIX_SHARDS=$shards,ORLIXCAM=$orlixcam" \
+  "$here/orlixcam.sbatch" "$scene" "$out" "$frames" "$@"
