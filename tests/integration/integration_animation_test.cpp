@@ -85,6 +85,12 @@ TEST_F(Animation, AnAnimatedLensParameterTakesHoldAtItsFrame)
       EXPECT_NEAR(Angle(c, axis), 2 * Angle(a, axis), 1e-4) << "frame 8 has 180°, pixel " << x << ", " << y;
     }
   EXPECT_GE(tested, 40);
+
+  // The track would overwrite a user's value at every frame: such an edit is refused.
+  const Outcome set = Orlixcam("render " + scene + " -o " + Path("x.exr") + " --pass direction --set ORLIXTAG_DOME_FOV=2");
+  EXPECT_EQ(set.code, 2);
+  EXPECT_NE(set.err.find("ORLIXTAG_DOME_FOV is animated in the scene"), std::string::npos) << set.err;
+  EXPECT_FALSE(fs::exists(Path("x.exr")));
 }
 
 TEST_F(Animation, ShardsRenderTheirFramesOnceAndSkipExistingFinishesWhatIsMissing)
