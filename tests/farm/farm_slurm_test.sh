@@ -160,7 +160,7 @@ log "cluster up: node $host, $cpus CPUs, controller on port $ctld_port"
 out="$work/out/flight_####.png"
 submit()
 {
-  (cd "$1" && ORLIXCAM="$orlixcam" "$src/scripts/farm/submit.sh" "$tasks" \
+  (cd "$1" && ORLIXCAM="$orlixcam" "$src/scripts/farm/submit.sh" --job-name=orlix-farm-test -- "$tasks" \
     "$src/Examples/flight_dome.json" "$out" "0-$((frames - 1))" "${render_opts[@]}")
 }
 job_done() { [ -z "$(squeue -h -j "$1" 2>/dev/null)" ]; }
