@@ -150,11 +150,27 @@ bool ReadsAsPicture(const std::string& path, std::string* why)
     *why = OIIO::geterror();
     return false;
   }
-  std::vector<float> pixels(static_cast<size_t>(in->spec().image_pixels()) * in->spec().nchannels);
-  const bool ok = in->read_image(0, 0, 0, in->spec().nchannels, OIIO::TypeDesc::FLOAT, pixels.data());
-  if (!ok)
-    *why = in->geterror();
-  return ok;
+  // In strips of rows (or of tiles), so that checking an 8K master costs no frame of memory.
+  const OIIO::ImageSpec& spec = in->spec();
+  const int rows = spec.tile_height > 0 ? spec.tile_height : 64;
+  const int chans = spec.nchannels;
+  std::vector<float> strip(static_cast<size_t>(spec.width) * static_cast<size_t>(rows) * static_cast<size_t>(chans));
+  for (int y = spec.y; y < spec.y + spec.height; y += rows)
+  {
+    const int end = std::min(y + rows, spec.y + spec.height);
+    const bool ok = spec.tile_width > 0
+                      ? in->read_tiles(0, 0, spec.x, spec.x + spec.width, y, end, spec.z, spec.z + 1, 0, chans,
+                                       OIIO::TypeDesc::FLOAT, strip.data())
+                      : in->read_scanlines(0, 0, y, end, spec.z, 0, chans, OIIO::TypeDesc::FLOAT, strip.data());
+    if (!ok)
+    {
+      *why = in->geterror();
+      if (why->empty())
+        *why = "its pixels end short";
+      return false;
+    }
+  }
+  return true;
 }
 
 /// The pass that --pass names; Shaded for none.
