@@ -360,12 +360,17 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   std::vector<Int32> frames;
   const bool ranged = CheckRenderArgs(args, frames);
   const host::RenderPass pass = PassOf(args.pass);
+  if (ranged && frames.empty())
+  {
+    std::cout << "nothing to render: shard " << args.shard << " holds no frame of " << args.frames << "\n";
+    return 0;
+  }
   if (ranged && args.skipExisting)
     SkipExisting(args.out, frames);
   if (ranged && frames.empty())
   {
-    std::cout << "nothing to render: every frame " << (args.shard.empty() ? "of --frames " + args.frames : "of shard " + args.shard)
-              << (args.skipExisting ? " is there already" : " (the shard holds none)") << "\n";
+    std::cout << "nothing to render: every frame" << (args.shard.empty() ? "" : " of shard " + args.shard)
+              << " is there already\n";
     return 0;
   }
 
