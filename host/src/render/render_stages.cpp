@@ -47,27 +47,6 @@ private:
   std::atomic<Int32>& counter;
 };
 
-/// Puts the document's time back when the render ends, and an animated document's values.
-class TimeRestore
-{
-public:
-  TimeRestore(BaseDocument* d, Bool a) : doc(d), time(d->GetTime()), animated(a) {}
-  ~TimeRestore()
-  {
-    if (animated)
-      EvaluateDocumentAt(doc, time);
-    else
-      doc->SetTime(time);
-  }
-  TimeRestore(const TimeRestore&) = delete;
-  TimeRestore& operator=(const TimeRestore&) = delete;
-
-private:
-  BaseDocument* doc;
-  BaseTime time;
-  Bool animated;
-};
-
 const char* StageName(VIDEOPOSTCALL stage)
 {
   switch (stage)
@@ -149,10 +128,23 @@ Bool RenderStages::MakeRender()
   return true;
 }
 
+RenderStages::~RenderStages()
+{
+  // The document goes back to its own time, and an animated one to its values there.
+  if (!timeBefore)
+    return;
+  if (animated)
+    EvaluateDocumentAt(doc, *timeBefore);
+  else
+    doc->SetTime(*timeBefore);
+}
+
 void RenderStages::EvaluateFrame(size_t index)
 {
   if (index == evaluatedFrame)
     return;
+  if (!timeBefore)
+    timeBefore = doc->GetTime();
   evaluatedFrame = index;
   EvaluateDocumentAt(doc, frames[index].time);
 }
@@ -169,7 +161,6 @@ void RenderStages::GatherVideoPosts()
 
 Bool RenderStages::Drive()
 {
-  TimeRestore timeRestore(doc, animated);
   RunningMark running(options.editorRender);
   Bool ok = true;
   for (size_t begin = 0; ok && begin < frames.size();)

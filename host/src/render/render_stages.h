@@ -4,6 +4,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "c4d.h"
@@ -32,7 +33,7 @@ class RenderStages
 {
 public:
   RenderStages(BaseDocument* d, const RenderOptions& o, String* e) : doc(d), options(o), error(e) {}
-  virtual ~RenderStages() = default;
+  virtual ~RenderStages();
   RenderStages(const RenderStages&) = delete;
   RenderStages& operator=(const RenderStages&) = delete;
 
@@ -41,8 +42,8 @@ public:
   /// The video posts of the render settings that are not disabled, in list order.
   void GatherVideoPosts();
   /// Render notification, Start, AfterStart, the frame sequence around InsideSequence, and the
-  /// closing notification; the document's time is put back at the end (and an animated document
-  /// evaluated there again). An animated document runs all of that once per frame, so that video
+  /// closing notification. The document's time is put back when the render ends (and an animated
+  /// document evaluated there again), however far it got. An animated document runs all of that once per frame, so that video
   /// posts, which read their settings when the sequence opens, see each frame's values.
   Bool Drive();
 
@@ -94,5 +95,6 @@ private:
   void Abort(const BaseTime& time);
 
   size_t evaluatedFrame = static_cast<size_t>(-1);
+  std::optional<BaseTime> timeBefore; ///< the document's time before the first frame's evaluation
 };
 } // namespace host::render
