@@ -24,8 +24,6 @@ done
 frames=24
 tasks=4
 per_task=$((frames / tasks))
-# Each frame takes a good part of a second on one thread, so a task is caught while it renders.
-render_opts=(--width 64 --height 64 --samples 1024 --threads 1)
 
 work="$(mktemp -d /tmp/orlix-farm.XXXXXX)"
 pids=()
@@ -87,6 +85,25 @@ wait_for()
   done
   return 1
 }
+
+# ---- frames that take about half a second each ------------------------------------------------
+# A task is to be caught while it renders, on a fast build or a sanitizer's, on an idle machine or
+# a busy one: the samples per pixel are chosen from the time of one frame here.
+seconds()
+{
+  local start end
+  start="$(date +%s.%N)"
+  "$orlixcam" render "$src/Examples/flight_dome.json" -o "$work/calibrate_####.png" --width 64 --height 64 \
+    --threads 1 --quiet --samples 64 --frames "$1" >/dev/null 2>&1 || return 1
+  end="$(date +%s.%N)"
+  echo "$start $end" | awk '{print $2 - $1}'
+}
+one="$(seconds 0)" && four="$(seconds 0-3)" || fail "orlixcam could not render the scene"
+samples="$(echo "$one $four" | awk '{per = ($2 - $1) / 3; if (per < 0.001) per = 0.001;
+  s = int(64 * 0.5 / per); if (s < 16) s = 16; if (s > 1024) s = 1024; print s}')"
+rm -f "$work"/calibrate_*.png
+render_opts=(--width 64 --height 64 --samples "$samples" --threads 1)
+log "frames of 64 x 64 at $samples samples per pixel"
 
 # ---- munge: its own key and socket ----------------------------------------------------------
 mkdir -p "$work/munge" "$work/state" "$work/spool" "$work/out" "$work/run1" "$work/run2"
