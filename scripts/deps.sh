@@ -13,11 +13,14 @@ ORLIX_PACKAGES=(
   weasyprint
 )
 # What the tests need beside the build: pdftotext and pdfimages look into the manual, exiftool
-# reads the metadata of written pictures back, and the studio is tried in a real browser.
+# reads the metadata of written pictures back, the studio is tried in a real browser, and a
+# single-node Slurm cluster (its controller and node daemons, with munge for their
+# authentication) runs the farm test.
 ORLIX_TEST_PACKAGES=(
   poppler-utils
   libimage-exiftool-perl
   chromium chromium-driver python3-selenium
+  slurm-wlm munge
 )
 
 orlix_install_deps() {

@@ -64,6 +64,8 @@ struct RenderArgs
   bool preview = false;
   std::vector<std::string> sets;
   bool views = false, half = false, quiet = false;
+  std::string shard;         ///< K/N: every N-th frame of the range from the K-th
+  bool skipExisting = false; ///< frames whose files are there and whole are not rendered again
   std::string compression;
   std::optional<Int32> quality;
 };

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "animation.h"
 #include "c4d_objects.h"
 #include "panel.h"
 #include "resource_parser.h"
@@ -143,6 +144,11 @@ bool SetRenderSetting(BaseDocument* doc, const std::string& assignment, const st
                       const std::string& value)
 {
   BaseContainer* rd = doc->GetActiveRenderData()->GetDataInstance();
+  const auto fixed = [&](Int32 id) {
+    if (host::IsAnimated(doc->GetActiveRenderData(), id))
+      throw Stop{"--set " + assignment + ": " + symbol + " is animated in the scene, and its track sets it at every frame; "
+                 "change the track in the scene file"};
+  };
   auto number = [&](Float lo, Float hi) {
     char* end = nullptr;
     const double v = std::strtod(value.c_str(), &end);
@@ -155,6 +161,7 @@ bool SetRenderSetting(BaseDocument* doc, const std::string& assignment, const st
     const Float v = number(1, 65536);
     if (v != std::floor(v))
       throw Stop{"--set " + assignment + ": expected a whole number"};
+    fixed(symbol == "width" ? RDATA_XRES : RDATA_YRES);
     rd->SetInt32(symbol == "width" ? RDATA_XRES : RDATA_YRES, static_cast<Int32>(v));
     return true;
   }
@@ -162,6 +169,7 @@ bool SetRenderSetting(BaseDocument* doc, const std::string& assignment, const st
   {
     if (value != "true" && value != "false" && value != "1" && value != "0")
       throw Stop{"--set " + assignment + ": expected true or false"};
+    fixed(symbol == "stereo" ? RDATA_STEREO : RDATA_ALPHACHANNEL);
     rd->SetBool(symbol == "stereo" ? RDATA_STEREO : RDATA_ALPHACHANNEL, value == "true" || value == "1");
     return true;
   }
@@ -213,6 +221,9 @@ void ApplySet(BaseDocument* doc, const std::string& assignment, const std::funct
       continue;
     Int32 id = 0;
     host::scene::FindEntry(*host::scene::DescriptionOf(owner->id), symbol, &id);
+    if (host::IsAnimated(node, id))
+      throw Stop{"--set " + assignment + ": " + symbol + " is animated in the scene, and its track sets it at every "
+                 "frame; change the track in the scene file"};
     GeData data;
     std::string problem;
     if (!host::scene::ParseParameterValue(node, id, value, &data, &problem))

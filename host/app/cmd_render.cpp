@@ -8,6 +8,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <limits>
+
+#include <OpenImageIO/imageio.h>
 
 #include "bitmap_io.h"
 #include "gpano.h"
@@ -66,30 +69,108 @@ std::string ViewPath(const std::string& out, const std::string& view)
   return path;
 }
 
-void ParseFrames(const std::string& text, Int32& first, Int32& last)
+// A range longer than this is a typing mistake, not a shot.
+constexpr Int64 kMaxFrames = 1 << 20;
+
+/// A whole number that is all of `text`.
+bool WholeNumber(const std::string& text, Int64* value)
 {
-  std::string::size_type dash = text.find('-', 1);
   try
   {
     size_t used = 0;
-    first = std::stoi(text.substr(0, dash), &used);
-    if (used != (dash == std::string::npos ? text.size() : dash))
-      throw std::invalid_argument(text);
-    last = first;
-    if (dash != std::string::npos)
-    {
-      const std::string tail = text.substr(dash + 1);
-      last = std::stoi(tail, &used);
-      if (used != tail.size())
-        throw std::invalid_argument(text);
-    }
+    const long long v = std::stoll(text, &used);
+    if (used != text.size() || text.empty() || std::isspace(static_cast<unsigned char>(text[0])))
+      return false;
+    *value = v;
+    return true;
   }
   catch (const std::exception&)
   {
-    throw Stop{"--frames " + text + ": expected A-B or A, such as 0-99"};
+    return false;
   }
+}
+
+/// The frames of --frames A-B[:STEP] or A, in order.
+std::vector<Int32> ParseFrames(const std::string& text)
+{
+  const std::string bad = "--frames " + text + ": expected A-B, A-B:STEP or A, such as 0-99 or 0-99:5";
+  const std::string::size_type colon = text.find(':');
+  const std::string range = text.substr(0, colon);
+  Int64 step = 1;
+  if (colon != std::string::npos && !WholeNumber(text.substr(colon + 1), &step))
+    throw Stop{bad};
+  if (step < 1)
+    throw Stop{"--frames " + text + ": the step must be 1 or more"};
+  // A dash after the first character parts the ends; a leading one is a negative first frame.
+  const std::string::size_type dash = range.find('-', 1);
+  Int64 first = 0, last = 0;
+  if (!WholeNumber(range.substr(0, dash), &first) ||
+      (dash != std::string::npos && !WholeNumber(range.substr(dash + 1), &last)))
+    throw Stop{bad};
+  if (dash == std::string::npos)
+    last = first;
+  const Int64 lo = std::numeric_limits<Int32>::min(), hi = std::numeric_limits<Int32>::max();
+  if (first < lo || first > hi || last < lo || last > hi)
+    throw Stop{"--frames " + text + ": a frame number is out of range"};
   if (last < first)
     throw Stop{"--frames " + text + ": the range ends before it starts"};
+  if ((last - first) / step >= kMaxFrames)
+    throw Stop{"--frames " + text + ": more than " + std::to_string(kMaxFrames) + " frames"};
+  std::vector<Int32> frames;
+  for (Int64 f = first; f <= last; f += step)
+    frames.push_back(static_cast<Int32>(f));
+  return frames;
+}
+
+/// Every N-th frame of `frames` from the K-th (K counted from 0), for --shard K/N.
+std::vector<Int32> ShardFrames(const std::vector<Int32>& frames, const std::string& shard)
+{
+  const std::string::size_type slash = shard.find('/');
+  Int64 k = 0, n = 0;
+  if (slash == std::string::npos || !WholeNumber(shard.substr(0, slash), &k) ||
+      !WholeNumber(shard.substr(slash + 1), &n))
+    throw Stop{"--shard " + shard + ": expected K/N, such as 0/4 (the first of four shards)"};
+  if (n < 1)
+    throw Stop{"--shard " + shard + ": the number of shards N must be 1 or more"};
+  if (k < 0 || k >= n)
+    throw Stop{"--shard " + shard + ": K counts from 0 and must be less than N (0 to " + std::to_string(n - 1) + ")"};
+  std::vector<Int32> mine;
+  for (size_t i = static_cast<size_t>(k); i < frames.size(); i += static_cast<size_t>(n))
+    mine.push_back(frames[i]);
+  return mine;
+}
+
+/// Whether `path` holds a whole picture: it opens and every pixel of it reads. Frames are written
+/// under a temporary name and renamed when whole, so this guards against what else may lie there.
+bool ReadsAsPicture(const std::string& path, std::string* why)
+{
+  auto in = OIIO::ImageInput::open(path);
+  if (!in)
+  {
+    *why = OIIO::geterror();
+    return false;
+  }
+  // In strips of rows (or of tiles), so that checking an 8K master costs no frame of memory.
+  const OIIO::ImageSpec& spec = in->spec();
+  const int rows = spec.tile_height > 0 ? spec.tile_height : 64;
+  const int chans = spec.nchannels;
+  std::vector<float> strip(static_cast<size_t>(spec.width) * static_cast<size_t>(rows) * static_cast<size_t>(chans));
+  for (int y = spec.y; y < spec.y + spec.height; y += rows)
+  {
+    const int end = std::min(y + rows, spec.y + spec.height);
+    const bool ok = spec.tile_width > 0
+                      ? in->read_tiles(0, 0, spec.x, spec.x + spec.width, y, end, spec.z, spec.z + 1, 0, chans,
+                                       OIIO::TypeDesc::FLOAT, strip.data())
+                      : in->read_scanlines(0, 0, y, end, spec.z, 0, chans, OIIO::TypeDesc::FLOAT, strip.data());
+    if (!ok)
+    {
+      *why = in->geterror();
+      if (why->empty())
+        *why = "its pixels end short";
+      return false;
+    }
+  }
+  return true;
 }
 
 /// The pass that --pass names; Shaded for none.
@@ -105,9 +186,9 @@ host::RenderPass PassOf(const std::string& name)
   throw Stop{"--pass " + name + ": unknown pass; the passes are \"direction\", \"st\" and \"origin\""};
 }
 
-/// What can be checked before anything loads or renders; the frame range, if given, in `first`
-/// and `last`.
-bool CheckRenderArgs(const RenderArgs& args, Int32& first, Int32& last)
+/// What can be checked before anything loads or renders; the frames of --frames and --shard, if
+/// given, in `frames`.
+bool CheckRenderArgs(const RenderArgs& args, std::vector<Int32>& frames)
 {
   const bool dataPass = PassOf(args.pass) != host::RenderPass::Shaded;
   Bool holdsFloat = false;
@@ -127,17 +208,63 @@ bool CheckRenderArgs(const RenderArgs& args, Int32& first, Int32& last)
     CheckOutputFile("-o", ViewPath(path, "right"));
     CheckOutputFile("-o", ViewPath(path, "left"));
   };
+  if (!args.shard.empty() && args.frames.empty())
+    throw Stop{"--shard " + args.shard + ": a shard is a part of a --frames range; give the range too"};
+  if (!args.shard.empty() && FrameMark(args.out) == std::string::npos)
+    throw Stop{"--shard " + args.shard + ": shards write numbered frames; put #### in -o's file name"};
   if (args.frames.empty())
   {
     check(args.out);
     return false;
   }
-  ParseFrames(args.frames, first, last);
-  if (last > first && FrameMark(args.out) == std::string::npos)
+  frames = ParseFrames(args.frames);
+  if (frames.size() > 1 && FrameMark(args.out) == std::string::npos)
     throw Stop{"--frames " + args.frames + ": several frames need #### in -o's file name to number them"};
-  check(FramePath(args.out, first));
-  check(FramePath(args.out, last));
+  check(FramePath(args.out, frames.front()));
+  check(FramePath(args.out, frames.back()));
+  if (!args.shard.empty())
+    frames = ShardFrames(frames, args.shard);
   return true;
+}
+
+/// The files frame `frame` writes: one, or one per eye.
+std::vector<std::string> FrameFiles(const std::string& out, Int32 frame)
+{
+  const std::string path = FramePath(out, frame);
+  if (!PerEye(path))
+    return {path};
+  return {ViewPath(path, "left"), ViewPath(path, "right")};
+}
+
+/// The frames whose files are all there and whole are left out, each file said on standard output.
+void SkipExisting(const std::string& out, std::vector<Int32>& frames)
+{
+  std::vector<Int32> left;
+  for (Int32 frame : frames)
+  {
+    bool whole = true;
+    for (const std::string& file : FrameFiles(out, frame))
+    {
+      std::error_code ec;
+      std::string why;
+      if (!fs::exists(file, ec))
+        whole = false;
+      else if (!ReadsAsPicture(file, &why))
+      {
+        std::cerr << "orlixcam: " << file << " doesn't read as a picture (" << why << "); rendering it again\n";
+        whole = false;
+      }
+      if (!whole)
+        break;
+    }
+    if (!whole)
+      left.push_back(frame);
+    else
+      for (const std::string& file : FrameFiles(out, frame))
+        std::cout << "skipped " << file << " (already there)\n";
+  }
+  std::cout << std::flush;
+  frames.swap(left);
 }
 
 /// Each finished frame to its file or files, with the header of the file's format.
@@ -194,8 +321,16 @@ struct FrameWriter
     const std::string path = NextPath(frame);
     if (!host::SaveBitmap(picture, path, save, &error))
       return false;
-    written.push_back(path);
+    Wrote(path);
     return true;
+  }
+
+  /// Each file is named as soon as it is whole, so that a render stopped half way still tells
+  /// which frames it finished.
+  void Wrote(const std::string& path)
+  {
+    written.push_back(path);
+    std::cout << "wrote " << path << std::endl;
   }
 
   bool Views(Int32 frame, const std::vector<const BaseBitmap*>& views)
@@ -206,14 +341,14 @@ struct FrameWriter
     {
       if (!host::SaveViews({{names[0], views[0]}, {names[1], views[1]}}, path, save, &error))
         return false;
-      written.push_back(path);
+      Wrote(path);
       return true;
     }
     for (size_t v = 0; v < 2; ++v)
     {
       if (!host::SaveBitmap(*views[v], ViewPath(path, names[v]), save, &error))
         return false;
-      written.push_back(ViewPath(path, names[v]));
+      Wrote(ViewPath(path, names[v]));
     }
     return true;
   }
@@ -222,9 +357,22 @@ struct FrameWriter
 
 int RenderCommand(const RenderArgs& args, const std::string& plugins)
 {
-  Int32 first = 0, last = 0;
-  const bool ranged = CheckRenderArgs(args, first, last);
+  std::vector<Int32> frames;
+  const bool ranged = CheckRenderArgs(args, frames);
   const host::RenderPass pass = PassOf(args.pass);
+  if (ranged && frames.empty())
+  {
+    std::cout << "nothing to render: shard " << args.shard << " holds no frame of " << args.frames << "\n";
+    return 0;
+  }
+  if (ranged && args.skipExisting)
+    SkipExisting(args.out, frames);
+  if (ranged && frames.empty())
+  {
+    std::cout << "nothing to render: every frame" << (args.shard.empty() ? "" : " of shard " + args.shard)
+              << " is there already\n";
+    return 0;
+  }
 
   host::PluginModule module;
   LoadPlugin(module, plugins);
@@ -241,10 +389,7 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   options.editorRender = args.preview;
   options.pass = pass;
   if (ranged)
-  {
-    options.firstFrame = first;
-    options.lastFrame = last;
-  }
+    options.frameList = frames;
   std::optional<host::RenderPlan> plan;
   const auto camera = [&] {
     if (!plan)
@@ -259,7 +404,7 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   if (!sizeProblem.empty())
     throw Stop{args.scene + ": " + sizeProblem};
 
-  FrameWriter writer(args, doc, ranged ? first : doc->GetTime().GetFrame(doc->GetFps()), pass);
+  FrameWriter writer(args, doc, ranged ? frames.front() : doc->GetTime().GetFrame(doc->GetFps()), pass);
   if (writer.exrHeader)
     AddSceneHeader(doc, camera(), writer.save.attributes);
   options.frameDone = [&](Int32 frame, const BaseBitmap& picture) { return writer.Picture(frame, picture); };
@@ -270,13 +415,13 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   std::optional<ProgressLine> progress;
   if (!args.quiet && isatty(STDERR_FILENO))
   {
-    const Int32 frames = ranged ? last - first + 1 : 1;
+    const Int32 count = ranged ? static_cast<Int32>(frames.size()) : 1;
     const double samples = pass == host::RenderPass::Shaded ? args.samples : 1;
     camera();
-    progress.emplace(frames, samples * plan->imagesPerFrame * rd->GetInt32(RDATA_XRES) * rd->GetInt32(RDATA_YRES));
-    options.progress = [&, frames](Float done) {
-      const Int32 index = std::min(writer.index, frames - 1);
-      progress->Show(done, writer.firstFrame + index, index);
+    progress.emplace(count, samples * plan->imagesPerFrame * rd->GetInt32(RDATA_XRES) * rd->GetInt32(RDATA_YRES));
+    options.progress = [&, count](Float done) {
+      const Int32 index = std::min(writer.index, count - 1);
+      progress->Show(done, ranged ? frames[static_cast<size_t>(index)] : writer.firstFrame, index);
     };
   }
   String error;
@@ -285,15 +430,12 @@ int RenderCommand(const RenderArgs& args, const std::string& plugins)
   if (progress)
     progress->End();
   const std::string& saveError = writer.error;
-  const std::vector<std::string>& written = writer.written;
   if (!ok)
   {
     if (!saveError.empty())
       throw Stop{saveError, kFailed};
     throw Stop{args.scene + ": " + error.GetStdString(), badInput ? kBadInput : kFailed};
   }
-  for (const std::string& p : written)
-    std::cout << "wrote " << p << "\n";
   return 0;
 }
 

@@ -16,6 +16,7 @@ CLI::App* AddRender(CLI::App& app, RenderArgs& r)
   CLI::App* render = app.add_subcommand("render", "Render a scene to a picture");
   render->footer("Example:\n  orlixcam render Examples/fulldome.json -o dome.png --samples 4\n"
                  "  orlixcam render Examples/dome_slate.json -o frames/dome_####.png --frames 0-24\n"
+                 "  orlixcam render Examples/flight_dome.json -o f/dome_####.png --frames 0-99 --shard 2/4 --skip-existing\n"
                  "  orlixcam render Examples/panorama.json -o dirs.exr --pass direction --set width=1024\n"
                  "  orlixcam render Examples/stereo_panorama_tb.json -o pair.exr --views --half --compression piz\n"
                  "  orlixcam render Examples/stereo_panorama_tb.json -o eye_%V.png");
@@ -26,7 +27,9 @@ CLI::App* AddRender(CLI::App& app, RenderArgs& r)
   render->add_option("--height", r.height, "Frame height in pixels (instead of the scene's)")->check(CLI::Range(1, 65536));
   render->add_option("--samples", r.samples, "Samples per pixel, stratified")->check(CLI::Range(1, 1024))->capture_default_str();
   render->add_option("--threads", r.threads, "Render threads; 0 uses every core")->check(CLI::Range(0, 1024))->capture_default_str();
-  render->add_option("--frames", r.frames, "Frames A-B (or one frame A) at the scene's frame rate");
+  render->add_option("--frames", r.frames, "Frames A-B, every STEP-th of them with A-B:STEP, or one frame A, at the scene's frame rate");
+  render->add_option("--shard", r.shard, "K/N: only every N-th frame of --frames from the K-th (K from 0), for one of N machines");
+  render->add_flag("--skip-existing", r.skipExisting, "Leave out frames whose files are already there and read as pictures");
   render->add_flag("--preview", r.preview, "An editor render into the render view (no stereo merge, no slate)");
   render->add_option("--set", r.sets, "SYMBOL=VALUE: a parameter of a tag on the render camera or of a video post (see params), or width, height, fps, "
                      "stereo, alpha")

@@ -266,6 +266,12 @@ public:
   /// The token that links to this node hold.
   std::shared_ptr<LinkToken> GetLinkToken();
 
+  /// The host's animation tracks of this node; opaque to plug-ins.
+  struct Animation;
+  Animation* GetAnimation() const { return animation.get(); }
+  /// The node's tracks, made empty where it has none yet.
+  Animation& MakeAnimation();
+
 protected:
   explicit BaseList2D(Int32 typeId);
 
@@ -276,6 +282,8 @@ private:
   UInt32 dirtyCount = 0;
   std::shared_ptr<LinkToken> linkToken;
   std::unique_ptr<GeListHead> shaders;
+  struct AnimationDeleter { void operator()(Animation* a) const; };
+  std::unique_ptr<Animation, AnimationDeleter> animation;
 };
 
 /// An object of the scene: a transform under its parent, with tags.

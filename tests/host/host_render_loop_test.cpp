@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "c4d.h"
+#include "animation.h"
 #include "c4d_objects.h"
 #include "host_app.h"
 #include "render/render_loop.h"
@@ -347,6 +348,43 @@ TEST_F(RenderLoopTest, FrameRangeWithTimesAndStopsThatStillCloseTheSequence)
   EXPECT_FALSE(picture);
   EXPECT_EQ(std::vector<std::string>(callLog.end() - 3, callLog.end()),
             (std::vector<std::string>{"A:RENDER close buffer 40x35 depth 32 cpp 4", "A:FRAMESEQUENCE close", "A:end external"}));
+}
+
+TEST_F(RenderLoopTest, AnAnimatedDocumentStartsEachFrameAfreshAndIsPutBackAfterwards)
+{
+  AddRecorder("A", VIDEOPOSTINFO_NONE);
+  settings()->SetFloat(RDATA_FRAMERATE, 25.0);
+  options.samples = 1;
+  options.frameList = {2, 4, 3};
+  std::vector<Int32> done, widths;
+  options.frameDone = [&](Int32 frame, const BaseBitmap& bmp) {
+    done.push_back(frame);
+    widths.push_back(bmp.GetBw());
+    return true;
+  };
+  const auto count = [&](const std::string& call) { return std::count(callLog.begin(), callLog.end(), "A:" + call); };
+  // Without tracks the frames share one sequence.
+  ASSERT_TRUE(host::RenderDocument(doc, options, &picture, &error)) << error;
+  EXPECT_EQ(count("FRAMESEQUENCE open"), 1);
+  EXPECT_EQ(widths, (std::vector<Int32>{40, 40, 40}));
+
+  // The width steps up at frame 3 (0.12 s): each frame opens its own sequence, whose settings
+  // the video post sees as the frame's evaluation left them.
+  host::Track track;
+  track.id = RDATA_XRES;
+  track.keys = {{0.0, GeData(Int32(40)), host::Interpolation::Step}, {0.12, GeData(Int32(48)), host::Interpolation::Step}};
+  host::SetTrack(doc->GetActiveRenderData(), track);
+  callLog.clear();
+  done.clear();
+  widths.clear();
+  ASSERT_TRUE(host::RenderDocument(doc, options, &picture, &error)) << error;
+  EXPECT_EQ(done, (std::vector<Int32>{2, 4, 3})) << "frames in the order asked for";
+  EXPECT_EQ(widths, (std::vector<Int32>{40, 48, 48}));
+  EXPECT_EQ(count("start external"), 3);
+  EXPECT_EQ(count("FRAMESEQUENCE open"), 3);
+  EXPECT_EQ(count("FRAMESEQUENCE close"), 3);
+  EXPECT_EQ(doc->GetTime().Get(), 0.0);
+  EXPECT_EQ(settings()->GetInt32(RDATA_XRES), 40) << "the document is put back at its own time";
 }
 
 TEST_F(RenderLoopTest, BadInputIsAnErrorBeforeAnyVideoPostRuns)

@@ -5,6 +5,7 @@
 #include "c4d_shader.h"
 #include "description/OrlixCam.h"
 #include "description/OrlixTag.h"
+#include "animation.h"
 #include "plugin_fixture.h"
 #include "support/scene_dir.h"
 
@@ -181,4 +182,78 @@ TEST_F(SceneFile, TheExampleFixtureIsTheDocumentedOneAndLoads)
   host::scene::SceneError error;
   DocPtr d(host::scene::LoadScene(fixtures + "dome-demo.json", &error));
   EXPECT_TRUE(d) << error.Message();
+}
+
+TEST_F(SceneFile, TracksSurviveSavingAndLoadingAndGiveTheSameDocumentAtEveryTime)
+{
+  const std::string text = R"({"format": "orlixcam-scene/1", "fps": 10, "maxTime": 2, "time": 0.5,
+    "render": {"width": 64, "height": 32, "tracks": {"width": [{"time": 0, "value": 64}, {"time": 1, "value": 128}]},
+      "videoPosts": [{"type": "OrlixCam", "tracks": {"ORLIXVP_TEXT": [{"time": 0, "value": "take 1"}, {"time": 1, "value": "take 2"}]}}]},
+    "objects": [{"type": "camera", "name": "Cam", "position": [5, 5, 5], "scale": [2, 2, 2],
+      "tracks": {"position": [{"time": 0, "value": [0, 0, 0], "interpolation": "linear"}, {"time": 2, "value": [100, 50, -20]}],
+                 "rotation": [{"time": 0, "value": {"deg": [0, 0, 0]}}, {"time": 1, "value": {"deg": [90, 10, 0]}}, {"time": 1, "value": {"deg": [45, 0, 0]}}]},
+      "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_LENS": 1},
+                "tracks": {"ORLIXTAG_DOME_FOV": [{"time": 0, "value": {"deg": 180}, "interpolation": "linear"}, {"time": 2, "value": {"deg": 220}}],
+                           "ORLIXTAG_LENS": [{"time": 0, "value": "ORLIXTAG_LENS_DOME"}, {"time": 1.5, "value": 2}]}}]}]})";
+  host::scene::SceneError error;
+  DocPtr d = Load(text, &error);
+  ASSERT_TRUE(d) << error.Message();
+  BaseObject* cam = d->SearchObject(String("Cam"));
+  ASSERT_NE(cam, nullptr);
+  EXPECT_TRUE(SameMatrix(cam->GetMl(), MatrixMove(Vector(25, 12.5, -5)) * HPBToMatrix(Vector(45, 5, 0) * (PI / 180.0)) *
+                                        MatrixScale(Vector(2, 2, 2))))
+    << "loading evaluates the tracks at the scene's time; the scale, not animated, stays";
+  EXPECT_NEAR(cam->GetFirstTag()->GetDataInstance()->GetFloat(ORLIXTAG_DOME_FOV), 190.0 * PI / 180.0, 1e-12);
+
+  DocPtr second = RoundTrip(d.get());
+  ASSERT_TRUE(second);
+  ASSERT_TRUE(RoundTrip(second.get(), "again.json"));
+  EXPECT_EQ(Read(Path("saved.json")), Read(Path("again.json")));
+  int compared = 0;
+  for (const Float t : {0.0, 0.3, 0.999, 1.0, 1.7, 2.5})
+  {
+    host::EvaluateDocumentAt(d.get(), BaseTime(t));
+    host::EvaluateDocumentAt(second.get(), BaseTime(t));
+    ExpectSameTree(d->GetFirstObject(), second->GetFirstObject(), d.get(), second.get(), compared);
+    EXPECT_TRUE(*d->GetActiveRenderData()->GetDataInstance() == *second->GetActiveRenderData()->GetDataInstance()) << t;
+    EXPECT_TRUE(*d->GetActiveRenderData()->GetFirstVideoPost()->GetDataInstance() ==
+                *second->GetActiveRenderData()->GetFirstVideoPost()->GetDataInstance())
+      << t;
+  }
+  EXPECT_EQ(compared, 6);
+  EXPECT_EQ(d->GetActiveRenderData()->GetDataInstance()->GetInt32(RDATA_XRES), 128);
+  EXPECT_EQ(cam->GetFirstTag()->GetDataInstance()->GetInt32(ORLIXTAG_LENS), 2);
+}
+
+TEST_F(SceneFile, BadTracksNameThePlaceAndTheProblem)
+{
+  const std::string head = R"({"format": "orlixcam-scene/1", )";
+  const std::string cam = head + R"("objects": [{"type": "camera", "tracks": )";
+  const std::string tag = head + R"("objects": [{"type": "camera", "tags": [{"type": "OrlixTag", "tracks": )";
+  const struct
+  {
+    std::string text, path, problem;
+  } cases[] = {
+    {cam + R"({"position": []}}]})", "/objects/0/tracks/position", "at least one key"},
+    {cam + R"({"spin": []}}]})", "/objects/0/tracks/spin", "unknown key"},
+    {cam + R"({"position": [{"time": 1, "value": [0, 0, 0]}, {"time": 0.5, "value": [1, 1, 1]}]}}]})",
+     "/objects/0/tracks/position/1/time", "keys go in time order"},
+    {cam + R"({"scale": [{"time": 0, "value": [1, 0, 1]}]}}]})", "/objects/0/tracks/scale/0/value", "a scale of 0"},
+    {cam + R"({"position": [{"time": 0, "value": [0, 0, 0], "interpolation": "bouncy"}]}}]})",
+     "/objects/0/tracks/position/0/interpolation", "not step, linear or smooth"},
+    {cam + R"({"position": [{"value": [0, 0, 0]}]}}]})", "/objects/0/tracks/position/0", "missing \"time\""},
+    {tag + R"({"ORLIXTAG_LENS": [{"time": 0, "value": 1, "interpolation": "linear"}]}}]}]})",
+     "/objects/0/tags/0/tracks/ORLIXTAG_LENS/0/interpolation", "can only step"},
+    {tag + R"({"ORLIXTAG_DOME_FOV": [{"time": 0, "value": {"deg": 400}}]}}]}]})",
+     "/objects/0/tags/0/tracks/ORLIXTAG_DOME_FOV/0/value", "out of range"},
+    {tag + R"({"ORLIXTAG_NOPE": [{"time": 0, "value": 1}]}}]}]})", "/objects/0/tags/0/tracks/ORLIXTAG_NOPE",
+     "has no parameter"},
+    {tag + R"({"ORLIXTAG_SEPARATION_MAP": [{"time": 0, "value": null}]}}]}]})",
+     "/objects/0/tags/0/tracks/ORLIXTAG_SEPARATION_MAP", "has no track"},
+    {head + R"("render": {"tracks": {"fps": [{"time": 0, "value": 25}]}}})", "/render/tracks/fps", "can't be animated"},
+    {head + R"("render": {"tracks": {"height": [{"time": 0, "value": 0}]}}})", "/render/tracks/height/0/value",
+     "out of range"},
+  };
+  for (const auto& c : cases)
+    ExpectError(c.text, c.path, c.problem);
 }

@@ -77,7 +77,7 @@ public:
 private:
   Bool Prepare();
   Bool AfterStart() override;
-  Bool InsideSequence(size_t& framesBegun) override;
+  Bool InsideSequence(size_t& next, size_t end) override;
   Bool RenderFrame(size_t frameIndex);
   /// A data pass is laid out as the video post lays out its frame, never mixed: learned once.
   Bool LearnPassMerge();
@@ -139,6 +139,7 @@ Bool RenderLoop::Prepare()
   if (!CheckInput())
     return false;
   // The first frame's scene, so that a broken mesh or a missing picture stops the render here.
+  EvaluateFrame(0);
   if (!scene.Build(doc, pictures, error))
     return false;
   GatherVideoPosts();
@@ -157,6 +158,12 @@ Bool RenderLoop::AfterStart()
     return false;
   }
 
+  // An animated document starts a sequence per frame, whose size and images may differ.
+  images.clear();
+  firstImage.reset();
+  merged.reset();
+  passMergeLearned = false;
+  viewAreas.clear();
   Bool allocated = buffer.Init(width, height);
   if (!merging)
   {
@@ -190,18 +197,18 @@ Bool RenderLoop::AfterStart()
   return true;
 }
 
-Bool RenderLoop::InsideSequence(size_t& framesBegun)
+Bool RenderLoop::InsideSequence(size_t& next, size_t end)
 {
   Bool ok = true;
-  while (ok && framesBegun < frames.size())
-    ok = RenderFrame(framesBegun++);
+  while (ok && next < end)
+    ok = RenderFrame(next++);
   return ok;
 }
 
 Bool RenderLoop::RenderFrame(size_t frameIndex)
 {
   const Frame& frame = frames[frameIndex];
-  doc->SetTime(frame.time);
+  EvaluateFrame(frameIndex);
   if (!Stage(VIDEOPOSTCALL_FRAME, true, frame.time))
     return false;
   if (frameIndex > 0 && !scene.Build(doc, pictures, error))

@@ -44,6 +44,8 @@ struct RenderOptions
   /// A first frame without a last renders that one frame.
   std::optional<Int32> firstFrame;
   std::optional<Int32> lastFrame;
+  /// Frames by number, rendered in this order, in place of firstFrame and lastFrame.
+  std::vector<Int32> frameList;
   /// Share of the whole render done, 0 to 1, called on the thread that called RenderDocument.
   std::function<void(Float done)> progress;
   /// Each finished frame; answering false stops the render (RenderDocument then gives false).

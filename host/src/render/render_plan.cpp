@@ -29,7 +29,7 @@ public:
   }
 
 private:
-  Bool InsideSequence(size_t&) override
+  Bool InsideSequence(size_t&, size_t) override
   {
     // The host evaluates a document before it renders it.
   ExecuteExpressions(doc);
@@ -52,7 +52,14 @@ Bool PlanRender(BaseDocument* doc, const RenderOptions& options, RenderPlan* pla
     return false;
   }
   plan->camera = render::FindRenderCamera(doc);
-  Planner planner(doc, options, message, plan);
+  // The start of the first frame tells all a plan needs; an animated document would start again
+  // for every frame.
+  RenderOptions first = options;
+  if (!first.frameList.empty())
+    first.frameList.resize(1);
+  else if (first.firstFrame || first.lastFrame)
+    first.firstFrame = first.lastFrame = first.firstFrame ? first.firstFrame : first.lastFrame;
+  Planner planner(doc, first, message, plan);
   return planner.Run();
 }
 } // namespace host

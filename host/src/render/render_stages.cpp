@@ -4,6 +4,7 @@
 #include <cmath>
 #include <string>
 
+#include "animation.h"
 #include "host_app.h"
 #include "render/render_limits.h"
 
@@ -46,20 +47,6 @@ private:
   std::atomic<Int32>& counter;
 };
 
-/// Puts the document's time back when the render ends.
-class TimeRestore
-{
-public:
-  explicit TimeRestore(BaseDocument* d) : doc(d), time(d->GetTime()) {}
-  ~TimeRestore() { doc->SetTime(time); }
-  TimeRestore(const TimeRestore&) = delete;
-  TimeRestore& operator=(const TimeRestore&) = delete;
-
-private:
-  BaseDocument* doc;
-  BaseTime time;
-};
-
 const char* StageName(VIDEOPOSTCALL stage)
 {
   switch (stage)
@@ -93,20 +80,23 @@ Bool RenderStages::CheckInput()
   renderData = doc->GetActiveRenderData();
   if (!renderData)
     return Fail(String("the document has no render settings"));
-
-  BaseContainer settings = renderData->GetData();
-  if (options.width > 0)
-    settings.SetInt32(RDATA_XRES, options.width);
-  if (options.height > 0)
-    settings.SetInt32(RDATA_YRES, options.height);
-  if (!ReadSize(settings, width, height, error) || !CheckMemory(width, height, 1, false, error))
+  if (!MakeRender())
     return false;
-  render = std::make_unique<RunningRender>(settings);
+  animated = HasAnimation(doc);
 
-  // Frames: the document's current time, or the range at the settings' frame rate.
-  Float fps = settings.GetFloat(RDATA_FRAMERATE, doc->GetFps());
+  // Frames: the document's current time, a list, or the range at the settings' frame rate.
+  Float fps = render->Settings().GetFloat(RDATA_FRAMERATE, doc->GetFps());
   if (!(fps > 0.0) || !std::isfinite(fps))
     fps = doc->GetFps() > 0 ? doc->GetFps() : 30;
+  if (!options.frameList.empty())
+  {
+    if (static_cast<Int64>(options.frameList.size()) > kMaxFrames)
+      return Fail(String("more than " + std::to_string(kMaxFrames) + " frames"));
+    for (Int32 f : options.frameList)
+      frames.push_back(Frame{f, BaseTime(static_cast<Float>(f), fps)});
+    sequencePerFrame = animated && frames.size() > 1;
+    return true;
+  }
   if (!options.firstFrame && !options.lastFrame)
   {
     frames.push_back(Frame{doc->GetTime().GetFrame(fps), doc->GetTime()});
@@ -121,7 +111,42 @@ Bool RenderStages::CheckInput()
                        std::to_string(kMaxFrames) + " frames"));
   for (Int64 f = first; f <= last; ++f)
     frames.push_back(Frame{static_cast<Int32>(f), BaseTime(static_cast<Float>(f), fps)});
+  sequencePerFrame = animated && frames.size() > 1;
   return true;
+}
+
+Bool RenderStages::MakeRender()
+{
+  BaseContainer settings = renderData->GetData();
+  if (options.width > 0)
+    settings.SetInt32(RDATA_XRES, options.width);
+  if (options.height > 0)
+    settings.SetInt32(RDATA_YRES, options.height);
+  if (!ReadSize(settings, width, height, error) || !CheckMemory(width, height, 1, false, error))
+    return false;
+  render = std::make_unique<RunningRender>(settings);
+  return true;
+}
+
+RenderStages::~RenderStages()
+{
+  // The document goes back to its own time, and an animated one to its values there.
+  if (!timeBefore)
+    return;
+  if (animated)
+    EvaluateDocumentAt(doc, *timeBefore);
+  else
+    doc->SetTime(*timeBefore);
+}
+
+void RenderStages::EvaluateFrame(size_t index)
+{
+  if (index == evaluatedFrame)
+    return;
+  if (!timeBefore)
+    timeBefore = doc->GetTime();
+  evaluatedFrame = index;
+  EvaluateDocumentAt(doc, frames[index].time);
 }
 
 void RenderStages::GatherVideoPosts()
@@ -136,19 +161,34 @@ void RenderStages::GatherVideoPosts()
 
 Bool RenderStages::Drive()
 {
-  TimeRestore timeRestore(doc);
   RunningMark running(options.editorRender);
+  Bool ok = true;
+  for (size_t begin = 0; ok && begin < frames.size();)
+  {
+    const size_t end = sequencePerFrame ? begin + 1 : frames.size();
+    ok = Sequence(begin, end);
+    begin = end;
+  }
+  return ok;
+}
+
+Bool RenderStages::Sequence(size_t begin, size_t end)
+{
+  // The settings as the frame's evaluation left them, before any video post reads them.
+  EvaluateFrame(begin);
+  if (!MakeRender())
+    return false;
   Notify(true);
   Bool ok = Start() && AfterStart();
   if (ok)
   {
     // Once the sequence is open, a failure still closes it, so video posts can clean up.
-    size_t f = 0;
-    ok = Stage(VIDEOPOSTCALL_FRAMESEQUENCE, true, frames.front().time) && InsideSequence(f);
+    size_t f = begin;
+    ok = Stage(VIDEOPOSTCALL_FRAMESEQUENCE, true, frames[begin].time) && InsideSequence(f, end);
     if (ok)
-      ok = Stage(VIDEOPOSTCALL_FRAMESEQUENCE, false, frames.back().time);
+      ok = Stage(VIDEOPOSTCALL_FRAMESEQUENCE, false, frames[end - 1].time);
     else
-      Abort(frames[f > 0 ? f - 1 : 0].time);
+      Abort(frames[f > begin ? f - 1 : begin].time);
   }
   Notify(false);
   return ok;
@@ -192,6 +232,9 @@ void RenderStages::Abort(const BaseTime& time)
 
 Bool RenderStages::Start()
 {
+  lens = nullptr;
+  pixelPosts.clear();
+  imageCount = 1;
   for (ActiveVideoPost& vp : videoPosts)
   {
     if (!vp.data->AllocateBuffers(vp.node, render.get(), doc))

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "c4d.h"
@@ -32,7 +33,7 @@ class RenderStages
 {
 public:
   RenderStages(BaseDocument* d, const RenderOptions& o, String* e) : doc(d), options(o), error(e) {}
-  virtual ~RenderStages() = default;
+  virtual ~RenderStages();
   RenderStages(const RenderStages&) = delete;
   RenderStages& operator=(const RenderStages&) = delete;
 
@@ -41,15 +42,20 @@ public:
   /// The video posts of the render settings that are not disabled, in list order.
   void GatherVideoPosts();
   /// Render notification, Start, AfterStart, the frame sequence around InsideSequence, and the
-  /// closing notification; the document's time is put back at the end.
+  /// closing notification. The document's time is put back when the render ends (and an animated
+  /// document evaluated there again), however far it got. An animated document runs all of that once per frame, so that video
+  /// posts, which read their settings when the sequence opens, see each frame's values.
   Bool Drive();
 
 protected:
   /// Called once the images per frame are known, before the frame sequence opens.
   virtual Bool AfterStart() { return true; }
-  /// What happens while the frame sequence is open; `framesBegun` tells the closing on failure
-  /// the frame it failed at.
-  virtual Bool InsideSequence(size_t& framesBegun) = 0;
+  /// What happens while the frame sequence is open: frames from `next` up to `end`; `next`
+  /// tells the closing on failure the frame it failed at.
+  virtual Bool InsideSequence(size_t& next, size_t end) = 0;
+
+  /// The document at frame `index`'s time: tracks, then the expression pass; once per frame.
+  void EvaluateFrame(size_t index);
 
   /// Execute of every video post at a stage; false with a message at the first failure.
   Bool Stage(VIDEOPOSTCALL stage, Bool open, const BaseTime& time);
@@ -73,12 +79,22 @@ protected:
   Int32 imageCount = 1;
   std::vector<std::pair<Bool, Matrix>> eyes; ///< per image: whether the video post gave a camera, and its matrix
   Bool withAlpha = false;
+  Bool animated = false;         ///< the document has tracks
+  Bool sequencePerFrame = false; ///< animated, with several frames
 
 private:
+  /// The running render's settings: the document's render settings as they are now, with the
+  /// options' size.
+  Bool MakeRender();
+  /// One frame sequence, of frames `begin` up to `end`, with its notifications.
+  Bool Sequence(size_t begin, size_t end);
   /// Buffers, render info and the images per frame, up to the opening of the frame sequence.
   Bool Start();
   void Notify(Bool start);
   /// Closes the frame sequence after a failure, keeping the failure's message.
   void Abort(const BaseTime& time);
+
+  size_t evaluatedFrame = static_cast<size_t>(-1);
+  std::optional<BaseTime> timeBefore; ///< the document's time before the first frame's evaluation
 };
 } // namespace host::render

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "animation.h"
 #include "scene/scene_values.h"
 
 namespace host::scene
@@ -13,8 +14,8 @@ constexpr const char* kFormat = "orlixcam-scene/1";
 constexpr Int32 kMeshFile = 1400;
 // The rotation and scale an object was given, so that saving writes back the very numbers that
 // were read rather than ones recovered from the matrix (which may differ in the last digit).
-constexpr Int32 kObjectRotation = 1401;
-constexpr Int32 kObjectScale = 1402;
+constexpr Int32 kObjectRotation = kPlacementRotation;
+constexpr Int32 kObjectScale = kPlacementScale;
 
 /// Fills `doc` from the parsed file `root`; relative names resolve against `folder`. Throws
 /// SceneProblem on bad input.
@@ -28,6 +29,18 @@ Json SaveDocument(BaseDocument* doc, const std::string& folder);
 void LoadActiveView(BaseDocument* doc, const Json* v, const std::string& path);
 /// The file's "active" view of `doc`.
 Json SaveActiveView(BaseDocument* doc);
+
+/// An object's "tracks": keys on its position, rotation and scale.
+void ReadObjectTracks(const Json& v, const std::string& path, BaseObject* op);
+/// A tag's or a video post's "tracks": keys on its parameters, by symbol or id of `desc`.
+void ReadParamTracks(const Json& v, const std::string& path, BaseList2D* node, const DescriptionResource& desc,
+                     const std::string& folder);
+/// The render settings' "tracks": keys on width, height, stereo and alpha.
+void ReadRenderTracks(const Json& v, const std::string& path, RenderData* rd);
+/// The node's "tracks" as the readers take them (parameters through `desc`, the render settings'
+/// without one); null JSON where it has none.
+Json WriteTracks(const BaseList2D* node, const DescriptionResource* desc, const BaseDocument* doc,
+                 const std::string& folder);
 
 /// A mesh read from the object entry `v`: an OBJ file or its own points and polygons.
 PolygonObject* ReadMesh(const Json& v, const std::string& path, const std::string& folder);

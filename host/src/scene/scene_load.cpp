@@ -20,7 +20,7 @@ constexpr int kMaxNesting = 100;
 
 // Keys every object may have, besides those of its kind.
 const std::vector<std::string> kCommonKeys = {"type",       "name",     "position", "rotation", "scale",
-                                              "renderMode", "material", "tags",     "children"};
+                                              "renderMode", "material", "tags",     "children", "tracks"};
 
 class Loader
 {
@@ -45,6 +45,7 @@ private:
   std::string folder;
   int nesting = 0;
   std::vector<std::pair<BaseTag*, std::pair<Json, std::string>>> tagParams;
+  std::vector<std::pair<BaseTag*, std::pair<Json, std::string>>> tagTracks;
 };
 
 void Loader::Document(const Json& root)
@@ -79,11 +80,15 @@ void Loader::Document(const Json& root)
   // Tags' parameters once every object is in the document, so that links resolve there.
   for (auto& [tag, params] : tagParams)
     Params(params.first, params.second, tag, *DescriptionOf(tag->GetType()));
+  for (auto& [tag, tracks] : tagTracks)
+    ReadParamTracks(tracks.first, tracks.second, tag, *DescriptionOf(tag->GetType()), folder);
 
   if (root.contains("views"))
     Views(root["views"], "/views");
   const Json* active = root.contains("views") && root["views"].contains("active") ? &root["views"]["active"] : nullptr;
   LoadActiveView(doc, active, "/views/active");
+  // The document as it stands at its time: what the tracks say there.
+  AnimateDocument(doc);
 }
 
 void Loader::Times(const Json& root)
@@ -102,7 +107,7 @@ void Loader::Times(const Json& root)
 void Loader::Render(const Json& v, const std::string& path)
 {
   RequireObject(v, path);
-  AllowKeys(v, path, {"width", "height", "fps", "stereo", "alpha", "videoPosts"}, "the render settings");
+  AllowKeys(v, path, {"width", "height", "fps", "stereo", "alpha", "videoPosts", "tracks"}, "the render settings");
   BaseContainer* rd = doc->GetActiveRenderData()->GetDataInstance();
   const Int32 w = v.contains("width") ? ReadInt(v["width"], path + "/width", 1, kMaxFrameSide) : rd->GetInt32(RDATA_XRES);
   const Int32 h = v.contains("height") ? ReadInt(v["height"], path + "/height", 1, kMaxFrameSide) : rd->GetInt32(RDATA_YRES);
@@ -124,6 +129,8 @@ void Loader::Render(const Json& v, const std::string& path)
     rd->SetBool(RDATA_ALPHACHANNEL, ReadBool(v["alpha"], path + "/alpha"));
   if (v.contains("videoPosts"))
     VideoPosts(v["videoPosts"], path + "/videoPosts");
+  if (v.contains("tracks"))
+    ReadRenderTracks(v["tracks"], path + "/tracks", doc->GetActiveRenderData());
 }
 
 void Loader::VideoPosts(const Json& list, const std::string& path)
@@ -135,7 +142,7 @@ void Loader::VideoPosts(const Json& list, const std::string& path)
     const std::string p = path + "/" + std::to_string(i);
     const Json& e = list[i];
     RequireObject(e, p);
-    AllowKeys(e, p, {"type", "enabled", "params"}, "a video post");
+    AllowKeys(e, p, {"type", "enabled", "params", "tracks"}, "a video post");
     const Int32 type = FindPluginType(Member(e, "type", p), p + "/type", true);
     BaseVideoPost* vp = BaseVideoPost::Alloc(type);
     if (!vp)
@@ -150,6 +157,13 @@ void Loader::VideoPosts(const Json& list, const std::string& path)
       if (!desc)
         Fail(p + "/params", "the video post has no description to read parameters by");
       Params(e["params"], p + "/params", vp, *desc);
+    }
+    if (e.contains("tracks"))
+    {
+      const DescriptionResource* desc = DescriptionOf(type);
+      if (!desc)
+        Fail(p + "/tracks", "the video post has no description to read parameters by");
+      ReadParamTracks(e["tracks"], p + "/tracks", vp, *desc, folder);
     }
   }
 }
@@ -195,6 +209,8 @@ void Loader::Fill(const Json& v, const std::string& path, BaseObject* op, const 
 {
   op->SetName(String(v.contains("name") ? ReadString(v["name"], path + "/name") : kind.name));
   Placement(v, path, op);
+  if (v.contains("tracks"))
+    ReadObjectTracks(v["tracks"], path + "/tracks", op);
   if (v.contains("renderMode"))
     RenderMode(v["renderMode"], path + "/renderMode", op);
   if (v.contains("material"))
@@ -256,7 +272,7 @@ void Loader::Tags(const Json& tags, const std::string& path, BaseObject* op)
   {
     const std::string p = path + "/" + std::to_string(i);
     RequireObject(tags[i], p);
-    AllowKeys(tags[i], p, {"type", "params"}, "a tag");
+    AllowKeys(tags[i], p, {"type", "params", "tracks"}, "a tag");
     const Int32 tagType = FindPluginType(Member(tags[i], "type", p), p + "/type", false);
     if (!DescriptionOf(tagType))
       Fail(p + "/type", "the tag has no description to read parameters by");
@@ -269,6 +285,11 @@ void Loader::Tags(const Json& tags, const std::string& path, BaseObject* op)
     {
       RequireObject(tags[i]["params"], p + "/params");
       tagParams.push_back({tag, {tags[i]["params"], p + "/params"}});
+    }
+    if (tags[i].contains("tracks"))
+    {
+      RequireObject(tags[i]["tracks"], p + "/tracks");
+      tagTracks.push_back({tag, {tags[i]["tracks"], p + "/tracks"}});
     }
   }
 }

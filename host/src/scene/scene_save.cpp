@@ -12,17 +12,6 @@ namespace host::scene
 {
 namespace
 {
-/// Heading, pitch and bank of a rotation matrix with unit axes: the inverse of HPBToMatrix.
-Vector MatrixToHPB(const Matrix& r)
-{
-  const Float p = std::asin(std::max(-1.0, std::min(1.0, r.v3.y)));
-  // Looking straight up or down, heading and bank turn about the same axis: all of it is bank.
-  const Float h = std::fabs(r.v3.y) > 1.0 - 1e-12 ? 0.0 : std::atan2(-r.v3.x, r.v3.z);
-  const Matrix rest = (MatrixRotY(h) * MatrixRotX(p)).GetInverse() * r;
-  const Float b = std::atan2(-rest.v1.y, rest.v1.x);
-  return Vector(h, p, b);
-}
-
 class Saver
 {
 public:
@@ -58,25 +47,12 @@ Json Saver::Params(const BaseList2D* node, const DescriptionResource& desc)
 
 void Saver::Placement(const BaseObject* op, Json* out)
 {
-  const Matrix& ml = op->GetMl();
-  if (ml.off != Vector())
-    (*out)["position"] = WriteVector(ml.off);
-  Vector scale(ml.v1.GetLength(), ml.v2.GetLength(), ml.v3.GetLength());
-  Vector hpb = MatrixToHPB(Matrix(Vector(), ml.v1 * (1.0 / scale.x), ml.v2 * (1.0 / scale.y), ml.v3 * (1.0 / scale.z)));
-  const BaseContainer* given = op->GetDataInstance();
-  if (given->GetDataPointer(kObjectRotation) && given->GetDataPointer(kObjectScale))
-  {
-    // What the file said, as long as the object hasn't been turned or scaled since.
-    const Vector h = given->GetVector(kObjectRotation), s = given->GetVector(kObjectScale);
-    const Matrix m = MatrixMove(ml.off) * HPBToMatrix(h) * MatrixScale(s);
-    if (m.v1 == ml.v1 && m.v2 == ml.v2 && m.v3 == ml.v3)
-    {
-      hpb = h;
-      scale = s;
-    }
-  }
-  if (hpb != Vector())
-    (*out)["rotation"] = WriteAngles(hpb);
+  const host::Placement p = ReadPlacement(op);
+  if (p.position != Vector())
+    (*out)["position"] = WriteVector(p.position);
+  if (p.rotation != Vector())
+    (*out)["rotation"] = WriteAngles(p.rotation);
+  const Vector& scale = p.scale;
   if (std::fabs(scale.x - 1.0) > 1e-12 || std::fabs(scale.y - 1.0) > 1e-12 || std::fabs(scale.z - 1.0) > 1e-12)
     (*out)["scale"] = WriteVector(scale);
 }
@@ -91,6 +67,9 @@ Json Saver::Object(BaseObject* op)
   out["type"] = kind->name;
   out["name"] = op->GetName().GetStdString();
   Placement(op, &out);
+  const Json tracks = WriteTracks(op, nullptr, doc, folder);
+  if (!tracks.is_null())
+    out["tracks"] = tracks;
   if (op->GetRenderMode() != MODE_UNDEF)
     out["renderMode"] = op->GetRenderMode() == MODE_ON ? "on" : "off";
 
@@ -117,7 +96,11 @@ void Saver::TagsAndChildren(BaseObject* op, Json* out)
     const DescriptionResource* desc = DescriptionOf(t->GetType());
     if (!desc)
       continue; // the host's own tags carry nothing a scene file holds
-    tags.push_back(Json{{"type", desc->name.GetStdString()}, {"params", Params(t, *desc)}});
+    Json tag = {{"type", desc->name.GetStdString()}, {"params", Params(t, *desc)}};
+    const Json tracks = WriteTracks(t, desc, doc, folder);
+    if (!tracks.is_null())
+      tag["tracks"] = tracks;
+    tags.push_back(tag);
   }
   if (!tags.empty())
     (*out)["tags"] = tags;
@@ -148,9 +131,15 @@ Json Saver::Render()
       Fail("/render/videoPosts", "video post " + std::to_string(vp->GetType()) + " belongs to no loaded plug-in");
     if (desc)
       e["params"] = Params(vp, *desc);
+    const Json tracks = WriteTracks(vp, desc, doc, folder);
+    if (desc && !tracks.is_null())
+      e["tracks"] = tracks;
     vps.push_back(e);
   }
   render["videoPosts"] = vps;
+  const Json tracks = WriteTracks(rdNode, nullptr, doc, folder);
+  if (!tracks.is_null())
+    render["tracks"] = tracks;
   return render;
 }
 
