@@ -114,8 +114,17 @@ protected:
   }
   static const std::array<Float32, 256> kByteValue; ///< byte b as b / 255
 
+  /// The index of pixel (x, y) among the stored ones, or -1 where none is stored: outside the
+  /// picture, or outside the rectangle that a picture cropped to its content keeps.
+  std::ptrdiff_t StoredAt(Int64 x, Int64 y) const
+  {
+    x -= storeX, y -= storeY;
+    return x >= 0 && y >= 0 && x < storeW && y < storeH ? static_cast<std::ptrdiff_t>(y * storeW + x) : -1;
+  }
+
   Int32 width = 0;
   Int32 height = 0;
+  Int32 storeX = 0, storeY = 0, storeW = 0, storeH = 0; ///< the stored rectangle; all of it but for a crop
   Bool isFloat = false;
   Bool hasAlpha = false;
   // Float pictures fill the first two, 8-bit ones the others; rows from the top, 3 values a pixel.

@@ -64,7 +64,7 @@ IMAGERESULT BaseBitmap::Init(Int32 w, Int32 h, Int32 depth)
   alpha8.clear();
   hasAlpha = false;
   isFloat = depth > 32;
-  width = height = 0;
+  width = height = storeW = storeH = storeX = storeY = 0;
   // A failed Init leaves an empty picture: Init(0, 0) is how a picture is emptied.
   if (!SizeFits(w, h, 3))
     return w <= 0 || h <= 0 ? IMAGERESULT_WRONGTYPE : IMAGERESULT_OUTOFMEMORY;
@@ -80,8 +80,9 @@ IMAGERESULT BaseBitmap::Init(Int32 w, Int32 h, Int32 depth)
   {
     return IMAGERESULT_OUTOFMEMORY;
   }
-  width = w;
-  height = h;
+  width = storeW = w;
+  height = storeH = h;
+  storeX = storeY = 0;
   return IMAGERESULT_OK;
 }
 
@@ -157,8 +158,9 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
   }
   isFloat = !eightBit;
   hasAlpha = alphaChannel >= 0;
-  width = format.width;
-  height = format.height;
+  width = storeW = format.width;
+  height = storeH = format.height;
+  storeX = storeY = 0;
   return IMAGERESULT_OK;
 }
 
@@ -179,9 +181,13 @@ Bool BaseBitmap::GetPixelCnt(Int32 x, Int32 y, Int32 cnt, UChar* buffer, Int32 i
   {
     Float32 px[4] = {1.0f, 0.0f, 0.0f, 0.0f}; // a, r, g, b
     const Int64 cx = static_cast<Int64>(x) + i;
-    if (y >= 0 && y < height && cx >= 0 && cx < width)
+    const std::ptrdiff_t stored = StoredAt(cx, y);
+    // Inside the picture but outside what a crop kept: transparent black, as it was before the crop.
+    if (hasAlpha && stored < 0 && y >= 0 && y < height && cx >= 0 && cx < width)
+      px[0] = 0.0f;
+    if (stored >= 0)
     {
-      const std::size_t at = static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(cx);
+      const std::size_t at = static_cast<std::size_t>(stored);
       px[1] = Colour(at * 3u);
       px[2] = Colour(at * 3u + 1u);
       px[3] = Colour(at * 3u + 2u);
@@ -202,21 +208,19 @@ Bool BaseBitmap::SetPixelCnt(Int32 x, Int32 y, Int32 cnt, const UChar* buffer, I
   const Int32 need = mode == COLORMODE_ARGBf ? 16 : 12;
   if (!buffer || cnt < 0 || inc < need || (mode != COLORMODE_RGBf && mode != COLORMODE_ARGBf))
     return false;
-  if (y < 0 || y >= height)
-    return true;
   for (Int32 i = 0; i < cnt; ++i)
   {
-    const Int64 cx = static_cast<Int64>(x) + i;
-    if (cx < 0 || cx >= width)
+    const std::ptrdiff_t stored = StoredAt(static_cast<Int64>(x) + i, y);
+    if (stored < 0)
       continue;
-    const std::size_t at = static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(cx);
+    const std::size_t at = static_cast<std::size_t>(stored);
     const UChar* in = buffer + static_cast<std::size_t>(i) * static_cast<std::size_t>(inc);
     Float32 px[4];
     if (mode == COLORMODE_ARGBf)
       std::memcpy(px, in, 16);
     else
     {
-      px[0] = 1.0f;
+      px[0] = 0.0f;
       std::memcpy(px + 1, in, 12);
     }
     SetColour(at * 3u, px[1]);
@@ -269,15 +273,16 @@ Bool BaseBitmap::CopyTo(BaseBitmap* dst) const
   dst->hasAlpha = hasAlpha;
   dst->width = width;
   dst->height = height;
+  dst->storeX = storeX, dst->storeY = storeY, dst->storeW = storeW, dst->storeH = storeH;
   return true;
 }
 
 void BaseBitmap::GetPixel(Int32 x, Int32 y, UInt16* r, UInt16* g, UInt16* b) const
 {
   UInt16 c[3] = {0, 0, 0};
-  if (x >= 0 && y >= 0 && x < width && y < height)
+  if (const std::ptrdiff_t stored = StoredAt(x, y); stored >= 0)
   {
-    const size_t at = (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3u;
+    const size_t at = static_cast<size_t>(stored) * 3u;
     for (size_t i = 0; i < 3; ++i)
       c[i] = isFloat ? To255(rgb[at + i]) : rgb8[at + i];
   }
@@ -291,9 +296,10 @@ void BaseBitmap::GetPixel(Int32 x, Int32 y, UInt16* r, UInt16* g, UInt16* b) con
 
 void BaseBitmap::SetPixel(Int32 x, Int32 y, Int32 r, Int32 g, Int32 b)
 {
-  if (x < 0 || y < 0 || x >= width || y >= height)
+  const std::ptrdiff_t stored = StoredAt(x, y);
+  if (stored < 0)
     return;
-  const size_t at = (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3u;
+  const size_t at = static_cast<size_t>(stored) * 3u;
   SetColour(at, static_cast<Float32>(r) / 255.0f);
   SetColour(at + 1u, static_cast<Float32>(g) / 255.0f);
   SetColour(at + 2u, static_cast<Float32>(b) / 255.0f);
@@ -303,7 +309,7 @@ BaseBitmap* BaseBitmap::AddChannel(Bool /*internal*/, Bool /*straight*/)
 {
   if (hasAlpha || width == 0)
     return width == 0 ? nullptr : this;
-  const size_t count = static_cast<size_t>(width) * static_cast<size_t>(height);
+  const size_t count = static_cast<size_t>(storeW) * static_cast<size_t>(storeH);
   try
   {
     if (isFloat)
@@ -324,18 +330,19 @@ void BaseBitmap::GetAlphaPixel(const BaseBitmap* channel, Int32 x, Int32 y, UInt
   if (!val)
     return;
   *val = 0;
-  if (channel && channel->hasAlpha && x >= 0 && y >= 0 && x < channel->width && y < channel->height)
+  const std::ptrdiff_t stored = channel && channel->hasAlpha ? channel->StoredAt(x, y) : -1;
+  if (stored >= 0)
   {
-    const size_t at = static_cast<size_t>(y) * static_cast<size_t>(channel->width) + static_cast<size_t>(x);
+    const size_t at = static_cast<size_t>(stored);
     *val = channel->isFloat ? To255(channel->alpha[at]) : channel->alpha8[at];
   }
 }
 
 void BaseBitmap::SetAlphaPixel(BaseBitmap* channel, Int32 x, Int32 y, Int32 val)
 {
-  if (channel && channel->hasAlpha && x >= 0 && y >= 0 && x < channel->width && y < channel->height)
-    channel->SetAlpha(static_cast<size_t>(y) * static_cast<size_t>(channel->width) + static_cast<size_t>(x),
-                      static_cast<Float32>(val) / 255.0f);
+  const std::ptrdiff_t stored = channel && channel->hasAlpha ? channel->StoredAt(x, y) : -1;
+  if (stored >= 0)
+    channel->SetAlpha(static_cast<size_t>(stored), static_cast<Float32>(val) / 255.0f);
 }
 
 void BaseBitmap::ScaleBicubic(BaseBitmap* dest, Int32 sx0, Int32 sy0, Int32 sx1, Int32 sy1, Int32 dx0, Int32 dy0,
@@ -371,9 +378,11 @@ void BaseBitmap::ScaleBicubic(BaseBitmap* dest, Int32 sx0, Int32 sy0, Int32 sx1,
         for (int i = 0; i < 4; ++i)
         {
           const Int32 px = std::min(sx1, std::max(sx0, ix - 1 + i));
-          const size_t at = static_cast<size_t>(py) * static_cast<size_t>(width) + static_cast<size_t>(px);
+          const std::ptrdiff_t stored = StoredAt(px, py);
+          const size_t at = static_cast<size_t>(stored);
           const Float w = wx[i] * wy[j];
-          const Float v[4] = {Colour(at * 3u), Colour(at * 3u + 1u), Colour(at * 3u + 2u), withAlpha ? Alpha(at) : 0.0f};
+          const Float v[4] = {stored < 0 ? 0.0f : Colour(at * 3u), stored < 0 ? 0.0f : Colour(at * 3u + 1u),
+                              stored < 0 ? 0.0f : Colour(at * 3u + 2u), withAlpha && stored >= 0 ? Alpha(at) : 0.0f};
           for (int c = 0; c < 4; ++c)
           {
             sum[c] += w * v[c];
@@ -383,7 +392,10 @@ void BaseBitmap::ScaleBicubic(BaseBitmap* dest, Int32 sx0, Int32 sy0, Int32 sx1,
         }
       }
       // Bicubic overshoots at hard edges: each value stays within its neighbours' range.
-      const size_t to = static_cast<size_t>(y) * static_cast<size_t>(dest->width) + static_cast<size_t>(x);
+      const std::ptrdiff_t toStored = dest->StoredAt(x, y);
+      if (toStored < 0)
+        continue;
+      const size_t to = static_cast<size_t>(toStored);
       for (int c = 0; c < 3; ++c)
         dest->SetColour(to * 3u + static_cast<size_t>(c), static_cast<Float32>(std::min(hi[c], std::max(lo[c], sum[c]))));
       if (withAlpha)

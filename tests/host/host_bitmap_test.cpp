@@ -10,11 +10,14 @@
 #include <cmath>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "bitmap_io.h"
 #include "c4d.h"
+#include "render/render_buffers.h"
+#include "render/render_loop.h"
 #include "render/render_picture.h"
 #include "support/scratch_dir.h"
 
@@ -280,3 +283,60 @@ TEST_F(BitmapTest, RenderPicturesOfEightBitsSixteenBitsFloatsAndGreySampleAlike)
   }
 }
 
+
+TEST(RenderBitmapCrop, ACropReadsAsTheWholePictureEverywhereAndStoresOnlyItsRectangle)
+{
+  // An image whose content lies in columns 2..5 and rows 1..3 of 9 x 6; the rest transparent black.
+  constexpr Int32 w = 9, h = 6;
+  host::render::ImageBuffer buffer;
+  ASSERT_TRUE(buffer.Init(w, h));
+  for (Int32 y = 0; y < h; ++y)
+    for (Int32 x = 0; x < w; ++x)
+    {
+      const bool inside = x >= 2 && x <= 5 && y >= 1 && y <= 3;
+      Float32* px = buffer.Pixel(x, y);
+      px[0] = inside ? 0.1f * static_cast<Float32>(x) : 0.0f, px[1] = inside ? 0.2f * static_cast<Float32>(y) : 0.0f;
+      px[2] = inside ? 1.5f : 0.0f, px[3] = inside ? 0.25f * static_cast<Float32>(x - 1) : 0.0f;
+    }
+  for (const bool withAlpha : {false, true})
+  {
+    using Holder = std::unique_ptr<host::render::RenderBitmap, host::BitmapFree>;
+    Holder whole(host::render::RenderBitmap::Alloc()), crop(host::render::RenderBitmap::Alloc());
+    ASSERT_TRUE(whole->Init(w, h, withAlpha) && crop->InitCrop(w, h, 2, 1, 4, 3, withAlpha));
+    EXPECT_FALSE(crop->InitCrop(w, h, 6, 1, 4, 3, withAlpha)) << "a rectangle past the picture's edge";
+    ASSERT_TRUE(crop->InitCrop(w, h, 2, 1, 4, 3, withAlpha));
+    whole->CopyFrom(buffer);
+    crop->CopyFrom(buffer);
+    EXPECT_EQ(crop->GetBw(), w);
+    EXPECT_EQ(crop->GetBh(), h);
+    int compared = 0;
+    for (Int32 y = -1; y <= h; ++y) // a row and a column beyond each edge too
+      for (Int32 x = -1; x <= w; ++x)
+      {
+        float a[4], b[4];
+        whole->GetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(a), 16, COLORMODE_ARGBf);
+        crop->GetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(b), 16, COLORMODE_ARGBf);
+        EXPECT_EQ(std::vector<float>(a, a + 4), std::vector<float>(b, b + 4)) << x << "," << y << " alpha " << withAlpha;
+        UInt16 ca = 0, cb = 0;
+        whole->GetAlphaPixel(whole->GetInternalChannel(), x, y, &ca);
+        crop->GetAlphaPixel(crop->GetInternalChannel(), x, y, &cb);
+        EXPECT_EQ(ca, cb) << x << "," << y;
+        if (x >= 0 && y >= 0 && x < w && y < h)
+        {
+          const auto* cw = static_cast<const host::render::RenderBitmap&>(*whole).Colours(x, y);
+          const auto* cc = static_cast<const host::render::RenderBitmap&>(*crop).Colours(x, y);
+          EXPECT_TRUE(cw[0] == cc[0] && cw[1] == cc[1] && cw[2] == cc[2]) << x << "," << y;
+          EXPECT_EQ(whole->AlphaAt(x, y), crop->AlphaAt(x, y)) << x << "," << y;
+        }
+        ++compared;
+      }
+    EXPECT_EQ(compared, (w + 2) * (h + 2));
+    // A copy of the crop is the same crop.
+    std::unique_ptr<BaseBitmap, void (*)(BaseBitmap*)> clone(crop->GetClone(), [](BaseBitmap* b) { BaseBitmap::Free(b); });
+    UInt16 r = 0, g = 0, bl = 0;
+    clone->GetPixel(3, 2, &r, &g, &bl);
+    EXPECT_EQ(bl, 255);
+    clone->GetPixel(7, 5, &r, &g, &bl);
+    EXPECT_EQ(bl, 0);
+  }
+}

@@ -121,10 +121,12 @@ TEST_F(Hostile, EveryKindOfBadInputIsRefusedAndLeavesNothingBehind)
        Write("huge.png", PngClaiming(30000));
        return "render " + Write("huge.json", SkyScene(R"({"type": "sky", "picture": "huge.png"})", 8, 8)) + " -o " + out; },
      2, "huge.png\": too large for memory"},
-    {"a stereo frame that needs more memory than there is, as a mono one would", [&] {
+    // A shaded frame keeps its images cropped; a data pass learns its layout from whole images.
+    {"a stereo frame whose pass needs more memory than there is, as a mono one would", [&] {
        return "render " + Write("cube.json", R"({"format": "orlixcam-scene/1", "render": {"width": 16384, "height": 16384,
          "stereo": true, "videoPosts": [{"type": "OrlixCam", "params": {"ORLIXVP_STEREO_MODE": 1}}]},
-         "objects": [{"type": "camera", "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_LENS": 3}}]}]})") + " -o " + out; },
+         "objects": [{"type": "camera", "tags": [{"type": "OrlixTag", "params": {"ORLIXTAG_LENS": 3}}]}]})") + " -o " + Path("pass.exr") +
+              " --pass direction"; },
      2, "MiB this process can have"},
     {"a module cut in half", [&] {
        return pluginFolder([&](const fs::path& m) {

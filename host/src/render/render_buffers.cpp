@@ -13,6 +13,7 @@ Bool ImageBuffer::Init(Int32 w, Int32 h)
 {
   if (w <= 0 || h <= 0)
     return false;
+  pixels.reset(); // the old pixels go first: a frame never holds two buffers
   pixels.reset(new (std::nothrow) Float32[static_cast<size_t>(w) * static_cast<size_t>(h) * 4u]);
   if (!pixels)
   {
@@ -73,31 +74,35 @@ Bool RenderBitmap::Init(Int32 w, Int32 h, Bool withAlpha)
   return !withAlpha || AddChannel(true, false);
 }
 
+Bool RenderBitmap::InitCrop(Int32 w, Int32 h, Int32 x0, Int32 y0, Int32 cw, Int32 ch, Bool withAlpha)
+{
+  if (x0 < 0 || y0 < 0 || cw < 1 || ch < 1 || x0 + cw > w || y0 + ch > h || !Init(cw, ch, withAlpha))
+    return false;
+  width = w, height = h;
+  storeX = x0, storeY = y0;
+  return true;
+}
+
 void RenderBitmap::CopyRows(const ImageBuffer& buffer, Int32 y0, Int32 y1)
 {
-  if (buffer.Width() != width || buffer.Height() != height || y0 < 0 || y1 > height || y0 >= y1)
+  y0 = std::max(y0, storeY), y1 = std::min(y1, storeY + storeH);
+  if (buffer.Width() != width || buffer.Height() != height || y0 >= y1)
     return;
-  const size_t begin = static_cast<size_t>(y0) * static_cast<size_t>(width);
-  const size_t end = static_cast<size_t>(y1) * static_cast<size_t>(width);
-  const Float32* src = buffer.Pixel(0, 0);
   Float32* const out = rgb.data();
-  if (!hasAlpha)
+  Float32* const a = hasAlpha ? alpha.data() : nullptr;
+  for (Int32 y = y0; y < y1; ++y)
   {
-    for (size_t p = begin; p < end; ++p)
+    const Float32* src = buffer.Pixel(storeX, y);
+    const size_t row = static_cast<size_t>(StoredAt(storeX, y));
+    for (size_t i = 0; i < static_cast<size_t>(storeW); ++i)
     {
-      out[p * 3u] = src[p * 4u];
-      out[p * 3u + 1u] = src[p * 4u + 1u];
-      out[p * 3u + 2u] = src[p * 4u + 2u];
+      const size_t p = row + i;
+      out[p * 3u] = src[i * 4u];
+      out[p * 3u + 1u] = src[i * 4u + 1u];
+      out[p * 3u + 2u] = src[i * 4u + 2u];
+      if (a)
+        a[p] = src[i * 4u + 3u];
     }
-    return;
-  }
-  Float32* const a = alpha.data();
-  for (size_t p = begin; p < end; ++p)
-  {
-    out[p * 3u] = src[p * 4u];
-    out[p * 3u + 1u] = src[p * 4u + 1u];
-    out[p * 3u + 2u] = src[p * 4u + 2u];
-    a[p] = src[p * 4u + 3u];
   }
 }
 

@@ -23,6 +23,10 @@ public:
 
   Int32 Width() const { return width; }
   Int32 Height() const { return height; }
+  /// Whether it holds pixels for a w × h image now.
+  Bool Holds(Int32 w, Int32 h) const { return pixels && width == w && height == h; }
+  /// Gives the pixels' memory back, keeping the size, until the next Init.
+  void Release() { pixels.reset(); }
   /// The four floats of pixel (x, y); the render threads write disjoint pixels.
   Float32* Pixel(Int32 x, Int32 y) { return &pixels[(static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 4u]; }
   const Float32* Pixel(Int32 x, Int32 y) const { return const_cast<ImageBuffer*>(this)->Pixel(x, y); }
@@ -42,21 +46,35 @@ public:
   static RenderBitmap* Alloc();
   /// Makes a black picture of w × h; with `withAlpha` an alpha channel of 0. False without memory.
   Bool Init(Int32 w, Int32 h, Bool withAlpha);
+  /// The same picture, w × h, storing only the rectangle at (x0, y0) of cw × ch: everything else
+  /// reads as transparent black and takes no memory. False without memory.
+  Bool InitCrop(Int32 w, Int32 h, Int32 x0, Int32 y0, Int32 cw, Int32 ch, Bool withAlpha);
   /// Copies the buffer's colours, and its alpha where the bitmap has a channel for it; nothing
   /// when the sizes differ.
   void CopyFrom(const ImageBuffer& buffer) { CopyRows(buffer, 0, height); }
   /// The same for rows y0 up to y1; rows of different threads may be copied side by side.
   void CopyRows(const ImageBuffer& buffer, Int32 y0, Int32 y1);
 
-  /// The three float colours of pixel (x, y).
-  Float32* Colours(Int32 x, Int32 y) { return &rgb[(static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 3u]; }
-  const Float32* Colours(Int32 x, Int32 y) const { return const_cast<RenderBitmap*>(this)->Colours(x, y); }
-  /// The alpha of pixel (x, y), 1 without a channel.
-  Float32 AlphaAt(Int32 x, Int32 y) const { return hasAlpha ? alpha[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)] : 1.0f; }
+  /// The three float colours of pixel (x, y) of a picture stored whole, to write them.
+  Float32* Colours(Int32 x, Int32 y) { return &rgb[static_cast<size_t>(StoredAt(x, y)) * 3u]; }
+  /// The three float colours of pixel (x, y) inside the picture; black where a crop stored none.
+  const Float32* Colours(Int32 x, Int32 y) const
+  {
+    static const Float32 black[3] = {0.0f, 0.0f, 0.0f};
+    const std::ptrdiff_t at = StoredAt(x, y);
+    return at < 0 ? black : &rgb[static_cast<size_t>(at) * 3u];
+  }
+  /// The alpha of pixel (x, y), 1 without a channel, 0 where a crop stored none.
+  Float32 AlphaAt(Int32 x, Int32 y) const
+  {
+    const std::ptrdiff_t at = StoredAt(x, y);
+    return !hasAlpha ? 1.0f : at < 0 ? 0.0f : alpha[static_cast<size_t>(at)];
+  }
   void SetAlphaAt(Int32 x, Int32 y, Float32 a)
   {
-    if (hasAlpha)
-      alpha[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)] = a;
+    const std::ptrdiff_t at = StoredAt(x, y);
+    if (hasAlpha && at >= 0)
+      alpha[static_cast<size_t>(at)] = a;
   }
 
 private:

@@ -88,6 +88,8 @@ private:
   Bool ViewsDone(const Frame& frame, const RenderBitmap& picture);
   Bool SetupCamera(Int32 image);
   void TraceImage(size_t imagesBefore);
+  /// Keeps the traced image of index `image` cropped to its content.
+  Bool KeepCropped(Int32 image);
   Bool Cancelled() const { return options.cancel && options.cancel->load(std::memory_order_relaxed); }
   /// Copies the finished image out of the buffer, rows in parallel.
   void KeepImage(RenderBitmap* target);
@@ -151,8 +153,11 @@ Bool RenderLoop::Prepare()
 Bool RenderLoop::AfterStart()
 {
   merging = imageCount > 1 && !options.editorRender;
-  // Too large for memory is the request's fault whether one image or several make the frame.
-  if (!render::CheckMemory(width, height, imageCount, merging, error))
+  // Too large for memory is the request's fault whether one image or several make the frame. A
+  // shaded frame keeps each image cropped to what it holds, which no more than two images of a
+  // stereo pair spread over the whole frame; a data pass learns its layout from whole images.
+  const Bool learnsLayout = options.pass != RenderPass::Shaded || options.viewsDone;
+  if (!render::CheckMemory(width, height, learnsLayout ? imageCount : std::min(imageCount, 2), merging, error))
   {
     inputRejected = true;
     return false;
@@ -170,18 +175,10 @@ Bool RenderLoop::AfterStart()
     firstImage.reset(RenderBitmap::Alloc());
     allocated = allocated && firstImage && firstImage->Init(width, height, withAlpha);
   }
-  // A merge reads colours only, so its first image keeps the alpha and stands in as the frame's
-  // picture when the merge fails: one frame-sized copy less.
-  for (Int32 i = 0; merging && allocated && i < imageCount; ++i)
-  {
-    images.emplace_back(RenderBitmap::Alloc());
-    allocated = images.back() && images.back()->Init(width, height, i == 0 && withAlpha);
-  }
-  if (merging && allocated)
-  {
-    merged.reset(RenderBitmap::Alloc());
-    allocated = merged && merged->Init(width, height, false);
-  }
+  // A merge's images are made as each is traced, cropped to what it holds; the merged frame is
+  // made once the last one is in, after the buffer has gone.
+  if (merging)
+    images.resize(static_cast<size_t>(imageCount));
   if (!allocated)
     return Fail(String("out of memory for the buffers of a " + std::to_string(width) + " x " +
                        std::to_string(height) + " render"));
@@ -213,6 +210,9 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
     return false;
   if (frameIndex > 0 && !scene.Build(doc, pictures, error))
     return false;
+  if (!buffer.Holds(width, height) && !buffer.Init(width, height))
+    return Fail(String("out of memory for the image buffer of a " + std::to_string(width) + " x " +
+                       std::to_string(height) + " render"));
   if (merging && (options.pass != RenderPass::Shaded || options.viewsDone) && !passMergeLearned && !LearnPassMerge())
     return false;
   if (options.viewsDone && viewAreas.empty() && !LearnViews())
@@ -232,12 +232,23 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
         options.probeRays->push_back(tracer.Shoot(x, y));
     if (!Stage(VIDEOPOSTCALL_RENDER, false, frame.time))
       return false;
-    if (merging || i == 0)
-      KeepImage(merging ? images[static_cast<size_t>(i)].get() : firstImage.get());
+    if (merging && !KeepCropped(i))
+      return false;
+    if (!merging && i == 0)
+      KeepImage(firstImage.get());
   }
   if (!Stage(VIDEOPOSTCALL_FRAME, false, frame.time))
     return false;
 
+  // A merge keeps at most the images, each cropped, and the frame: the buffer goes first.
+  if (merging)
+  {
+    buffer.Release();
+    merged.reset(RenderBitmap::Alloc());
+    if (!merged || !merged->Init(width, height, false))
+      return Fail(String("out of memory for the merged frame of a " + std::to_string(width) + " x " +
+                         std::to_string(height) + " render"));
+  }
   BitmapHolder* picture = merging ? &images.front() : &firstImage;
   if (merging)
   {
@@ -256,16 +267,33 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
     else if (lens->data->StereoMergeImages(lens->node, merged.get(), sources.data(), imageCount))
       picture = &merged;
   }
-  return FrameDone(frameIndex, picture);
+  const Bool done = FrameDone(frameIndex, picture);
+  if (merging)
+  {
+    merged.reset();
+    for (BitmapHolder& image : images)
+      image.reset();
+  }
+  return done;
 }
 
 Bool RenderLoop::LearnPassMerge()
 {
   passMergeLearned = true;
+  // The layout is learned from whole pictures that name their pixels, made for this alone.
+  std::vector<BitmapHolder> coded;
   std::vector<RenderBitmap*> scratch;
-  for (const auto& bmp : images)
-    scratch.push_back(bmp.get());
-  passMerge = render::LearnMerge(lens->data, lens->node, scratch, *merged, passSelection);
+  BitmapHolder frame(RenderBitmap::Alloc());
+  Bool allocated = frame && frame->Init(width, height, false);
+  for (Int32 i = 0; allocated && i < imageCount; ++i)
+  {
+    coded.emplace_back(RenderBitmap::Alloc());
+    allocated = coded.back() && coded.back()->Init(width, height, true);
+    scratch.push_back(coded.back().get());
+  }
+  if (!allocated)
+    return Fail(String("out of memory for learning how the frame is laid out"));
+  passMerge = render::LearnMerge(lens->data, lens->node, scratch, *frame, passSelection);
   if (passMerge != render::MergeKind::Mixes || options.pass == RenderPass::Shaded)
     return true;
   inputRejected = true;
@@ -360,6 +388,43 @@ void RenderLoop::TraceImage(size_t imagesBefore)
                static_cast<Float>(imagesTotal));
     });
   });
+}
+
+Bool RenderLoop::KeepCropped(Int32 image)
+{
+  // The rectangle of the pixels that hold anything; outside it the image is transparent black.
+  std::vector<Int32> first(static_cast<size_t>(height), width), last(static_cast<size_t>(height), -1);
+  arena.execute([&] {
+    tbb::parallel_for(tbb::blocked_range<Int32>(0, height, 16), [&](const tbb::blocked_range<Int32>& rows) {
+      for (Int32 y = rows.begin(); y < rows.end(); ++y)
+      {
+        const Float32* px = buffer.Pixel(0, y);
+        for (Int32 x = 0; x < width; ++x, px += 4)
+          if (px[0] != 0.0f || px[1] != 0.0f || px[2] != 0.0f || px[3] != 0.0f)
+          {
+            first[static_cast<size_t>(y)] = std::min(first[static_cast<size_t>(y)], x);
+            last[static_cast<size_t>(y)] = x;
+          }
+      }
+    });
+  });
+  Int32 x0 = width, x1 = -1, y0 = height, y1 = -1;
+  for (Int32 y = 0; y < height; ++y)
+    if (last[static_cast<size_t>(y)] >= 0)
+    {
+      x0 = std::min(x0, first[static_cast<size_t>(y)]), x1 = std::max(x1, last[static_cast<size_t>(y)]);
+      y0 = std::min(y0, y), y1 = y;
+    }
+  if (x1 < 0) // an image of nothing keeps one pixel
+    x0 = x1 = y0 = y1 = 0;
+  BitmapHolder& kept = images[static_cast<size_t>(image)];
+  kept.reset(RenderBitmap::Alloc());
+  // A merge reads colours only, so only the first image keeps the alpha: it stands in as the
+  // frame's picture when the video post doesn't merge.
+  if (!kept || !kept->InitCrop(width, height, x0, y0, x1 - x0 + 1, y1 - y0 + 1, image == 0 && withAlpha))
+    return Fail(String("out of memory for image " + std::to_string(image + 1) + " of a frame"));
+  KeepImage(kept.get());
+  return true;
 }
 
 void RenderLoop::KeepImage(RenderBitmap* target)
