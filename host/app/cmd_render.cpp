@@ -151,17 +151,18 @@ bool ReadsAsPicture(const std::string& path, std::string* why)
     return false;
   }
   // In strips of rows (or of tiles), so that checking an 8K master costs no frame of memory.
-  const OIIO::ImageSpec& spec = in->spec();
-  const int rows = spec.tile_height > 0 ? spec.tile_height : 64;
-  const int chans = spec.nchannels;
-  std::vector<float> strip(static_cast<size_t>(spec.width) * static_cast<size_t>(rows) * static_cast<size_t>(chans));
-  for (int y = spec.y; y < spec.y + spec.height; y += rows)
+  // Its dimensions alone: the picture's metadata isn't needed here.
+  const OIIO::ImageSpec format = in->spec_dimensions(0, 0);
+  const int rows = format.tile_height > 0 ? format.tile_height : 64;
+  const int chans = format.nchannels;
+  std::vector<float> strip(static_cast<size_t>(format.width) * static_cast<size_t>(rows) * static_cast<size_t>(chans));
+  for (int y = format.y; y < format.y + format.height; y += rows)
   {
-    const int end = std::min(y + rows, spec.y + spec.height);
-    const bool ok = spec.tile_width > 0
-                      ? in->read_tiles(0, 0, spec.x, spec.x + spec.width, y, end, spec.z, spec.z + 1, 0, chans,
+    const int end = std::min(y + rows, format.y + format.height);
+    const bool ok = format.tile_width > 0
+                      ? in->read_tiles(0, 0, format.x, format.x + format.width, y, end, format.z, format.z + 1, 0, chans,
                                        OIIO::TypeDesc::FLOAT, strip.data())
-                      : in->read_scanlines(0, 0, y, end, spec.z, 0, chans, OIIO::TypeDesc::FLOAT, strip.data());
+                      : in->read_scanlines(0, 0, y, end, format.z, 0, chans, OIIO::TypeDesc::FLOAT, strip.data());
     if (!ok)
     {
       *why = in->geterror();

@@ -42,7 +42,7 @@ TEST_F(Animation, AMovingStereoCameraShootsEachFrameFromWhereItStandsThen)
     const Vector centre(100 * s, 50 * s, -200 * s);
     const Vector across = HPBToMatrix(Vector(s * PI / 2, 0, 0)).v1;
     const OIIO::ImageBuf o = Load(Path("o_" + std::string(frame < 10 ? "0" : "") + std::to_string(frame) + ".exr"));
-    ASSERT_EQ(o.spec().width, 32) << "frame " << frame;
+    ASSERT_EQ(o.roi().width(), 32) << "frame " << frame;
     for (int y = 0; y < 16; y += 5)
       for (int x = 0; x < 32; x += 5)
       {
@@ -118,7 +118,7 @@ TEST_F(Animation, ShardsRenderTheirFramesOnceAndSkipExistingFinishesWhatIsMissin
                      "\nwrote " + Path("f_010.png") + "\n");
   EXPECT_NE(c.err.find(Path("f_007.png") + " doesn't read as a picture"), std::string::npos) << c.err;
   EXPECT_EQ(fs::last_write_time(Path("f_004.png")), before) << "a whole frame is left as it was";
-  EXPECT_EQ(Load(Path("f_007.png")).spec().width, 8);
+  EXPECT_EQ(Load(Path("f_007.png")).roi().width(), 8);
 
   const Outcome again = Orlixcam("render " + scene + " -o " + out + frames + " --skip-existing --shard 1/2");
   EXPECT_EQ(again.code, 0) << again.err;
