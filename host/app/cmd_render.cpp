@@ -244,7 +244,8 @@ void SkipExisting(const std::string& out, std::vector<Int32>& frames)
   for (Int32 frame : frames)
   {
     bool whole = true;
-    for (const std::string& file : FrameFiles(out, frame))
+    const std::vector<std::string> files = FrameFiles(out, frame);
+    for (const std::string& file : files)
     {
       std::error_code ec;
       std::string why;
@@ -261,7 +262,7 @@ void SkipExisting(const std::string& out, std::vector<Int32>& frames)
     if (!whole)
       left.push_back(frame);
     else
-      for (const std::string& file : FrameFiles(out, frame))
+      for (const std::string& file : files)
         std::cout << "skipped " << file << " (already there)\n";
   }
   std::cout << std::flush;

@@ -241,6 +241,13 @@ Placement ReadPlacement(const BaseObject* op)
   return p;
 }
 
+Vector AimAlong(const Vector& forward)
+{
+  // Rotation = RotY(h) × RotX(p) turns +Z to (−sin h cos p, sin p, cos h cos p).
+  const Vector f = forward.GetNormalized();
+  return Vector(std::atan2(-f.x, f.z), std::asin(std::max(-1.0, std::min(1.0, f.y))), 0.0);
+}
+
 void WritePlacement(BaseObject* op, const Placement& p)
 {
   op->SetMl(MatrixMove(p.position) * HPBToMatrix(p.rotation) * MatrixScale(p.scale));

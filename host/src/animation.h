@@ -82,4 +82,6 @@ constexpr Int32 kPlacementScale = 1402;
 Placement ReadPlacement(const BaseObject* op);
 /// Sets the object's local matrix to move(position) × rotation × scale and keeps the numbers.
 void WritePlacement(BaseObject* op, const Placement& placement);
+/// The heading and pitch (bank 0) of a camera that looks along `forward`.
+Vector AimAlong(const Vector& forward);
 } // namespace host

@@ -12,10 +12,6 @@ namespace host::scene
 constexpr const char* kFormat = "orlixcam-scene/1";
 // Where a mesh loaded from an OBJ file keeps the file's name, so that saving refers to it again.
 constexpr Int32 kMeshFile = 1400;
-// The rotation and scale an object was given, so that saving writes back the very numbers that
-// were read rather than ones recovered from the matrix (which may differ in the last digit).
-constexpr Int32 kObjectRotation = kPlacementRotation;
-constexpr Int32 kObjectScale = kPlacementScale;
 
 /// Fills `doc` from the parsed file `root`; relative names resolve against `folder`. Throws
 /// SceneProblem on bad input.

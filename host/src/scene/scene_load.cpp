@@ -246,12 +246,11 @@ void Loader::Placement(const Json& v, const std::string& path, BaseObject* op)
   const Vector scale = v.contains("scale") ? ReadVector(v["scale"], path + "/scale") : Vector(1.0, 1.0, 1.0);
   if (scale.x == 0.0 || scale.y == 0.0 || scale.z == 0.0)
     Fail(path + "/scale", "a scale of 0 flattens the object away");
-  op->SetMl(MatrixMove(pos) * HPBToMatrix(hpb) * MatrixScale(scale));
+  // The numbers given are kept beside the matrix, so that saving writes them back exactly.
   if (v.contains("rotation") || v.contains("scale"))
-  {
-    op->GetDataInstance()->SetVector(kObjectRotation, hpb);
-    op->GetDataInstance()->SetVector(kObjectScale, scale);
-  }
+    WritePlacement(op, host::Placement{pos, hpb, scale});
+  else
+    op->SetMl(MatrixMove(pos));
 }
 
 void Loader::RenderMode(const Json& m, const std::string& path, BaseObject* op)

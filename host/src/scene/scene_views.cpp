@@ -28,7 +28,7 @@ BaseObject* LinkedCamera(BaseDocument* doc, const Json& name, const std::string&
 void Place(BaseObject* editor, const Vector& pos, const Vector& hpb)
 {
   editor->SetMl(MatrixMove(pos) * HPBToMatrix(hpb));
-  editor->GetDataInstance()->SetVector(kObjectRotation, hpb);
+  editor->GetDataInstance()->SetVector(kPlacementRotation, hpb);
 }
 
 void DefaultActiveView(BaseDocument* doc, BaseDraw* view)
@@ -83,13 +83,10 @@ Json SaveActiveView(BaseDocument* doc)
   const Matrix& ml = editor->GetMl();
   out["position"] = WriteVector(ml.off);
   // The numbers the view was given, while its matrix still says so; else read from the matrix.
-  Vector hpb = editor->GetDataInstance()->GetVector(kObjectRotation);
+  Vector hpb = editor->GetDataInstance()->GetVector(kPlacementRotation);
   const Matrix given = MatrixMove(ml.off) * HPBToMatrix(hpb);
   if (!(given.v1 == ml.v1 && given.v2 == ml.v2 && given.v3 == ml.v3))
-  {
-    const Vector f = ml.v3.GetNormalized();
-    hpb = Vector(std::atan2(-f.x, f.z), std::asin(std::max(-1.0, std::min(1.0, f.y))), 0.0);
-  }
+    hpb = AimAlong(ml.v3);
   out["rotation"] = WriteAngles(hpb);
   const GeData* focal = editor->GetDataInstance()->GetDataPointer(CAMERA_FOCUS);
   if (focal)

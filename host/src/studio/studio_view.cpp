@@ -5,6 +5,7 @@
 #include <cmath>
 #include <memory>
 
+#include "animation.h"
 #include "draw/draw_view.h"
 #include "gui/attribute_gui.h"
 #include "gui/gui_host.h"
@@ -32,13 +33,6 @@ Json ViewJson(BaseDocument* doc)
   BaseObject* linked = view->HasCameraLink() ? view->GetSceneCamera(doc) : nullptr;
   return {{"camera", linked ? linked->GetName().GetStdString() : "editor"}, {"cameras", cameras},
           {"projection", view->GetProjection()}};
-}
-
-/// Heading and pitch of a camera looking along `forward` (rotation = RotY(h) × RotX(p)).
-std::pair<Float, Float> HeadingPitch(const Vector& forward)
-{
-  const Vector f = forward.GetNormalized();
-  return {std::atan2(-f.x, f.z), std::asin(std::max(-1.0, std::min(1.0, f.y)))};
 }
 
 /// The pad's GUI as the attribute manager opens it; a Refusal if the entry has none.
@@ -226,7 +220,8 @@ void Studio::Impl::MoveEditorCamera(const Json& body)
   }
   Vector toCamera = mg.off - pivot;
   Float distance = std::max(1.0, toCamera.GetLength());
-  auto [heading, pitch] = HeadingPitch(toCamera.GetLength() > 0 ? -toCamera : mg.v3);
+  const Vector aim = AimAlong(toCamera.GetLength() > 0 ? -toCamera : mg.v3);
+  Float heading = aim.x, pitch = aim.y;
   if (orbit)
   {
     heading -= delta.first * 0.01;
