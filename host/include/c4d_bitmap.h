@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstddef>
+#include <functional>
 #include <vector>
 
 #include "c4d_string.h"
@@ -125,6 +126,9 @@ protected:
   Int32 width = 0;
   Int32 height = 0;
   Int32 storeX = 0, storeY = 0, storeW = 0, storeH = 0; ///< the stored rectangle; all of it but for a crop
+  /// A picture made as it is read rather than stored (the host's marker pictures): the three
+  /// colours of each of `cnt` pixels from (x, y) on, all inside the picture. Empty for a stored one.
+  std::function<void(Int32 x, Int32 y, Int32 cnt, Float32* rgb)> made;
   Bool isFloat = false;
   Bool hasAlpha = false;
   // Float pictures fill the first two, 8-bit ones the others; rows from the top, 3 values a pixel.

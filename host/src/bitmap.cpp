@@ -65,6 +65,7 @@ IMAGERESULT BaseBitmap::Init(Int32 w, Int32 h, Int32 depth)
   hasAlpha = false;
   isFloat = depth > 32;
   width = height = storeW = storeH = storeX = storeY = 0;
+  made = nullptr;
   // A failed Init leaves an empty picture: Init(0, 0) is how a picture is emptied.
   if (!SizeFits(w, h, 3))
     return w <= 0 || h <= 0 ? IMAGERESULT_WRONGTYPE : IMAGERESULT_OUTOFMEMORY;
@@ -177,6 +178,28 @@ Bool BaseBitmap::GetPixelCnt(Int32 x, Int32 y, Int32 cnt, UChar* buffer, Int32 i
   const Int32 need = mode == COLORMODE_ARGBf ? 16 : 12;
   if (!buffer || cnt < 0 || inc < need || (mode != COLORMODE_RGBf && mode != COLORMODE_ARGBf))
     return false;
+  if (mode == COLORMODE_RGBf && inc == 12 && isFloat)
+  {
+    // Packed colours, as a merge reads whole rows: black around the stored span, which is copied.
+    Float32* out = reinterpret_cast<Float32*>(buffer);
+    const Int64 begin = x, end = begin + cnt;
+    const Int64 inside0 = std::max<Int64>(begin, 0), inside1 = std::min<Int64>(end, y >= 0 && y < height ? width : 0);
+    if (made)
+    {
+      std::fill(out, out + 3 * cnt, 0.0f);
+      if (inside0 < inside1)
+        made(static_cast<Int32>(inside0), y, static_cast<Int32>(inside1 - inside0), out + 3 * (inside0 - begin));
+      return true;
+    }
+    const Int64 s0 = std::max<Int64>(begin, storeX), s1 = std::min<Int64>(end, storeX + storeW);
+    const Bool rowStored = y >= storeY && y < storeY + storeH && s0 < s1;
+    std::fill(out, out + 3 * (rowStored ? s0 - begin : cnt), 0.0f);
+    if (!rowStored)
+      return true;
+    std::memcpy(out + 3 * (s0 - begin), &rgb[static_cast<size_t>(StoredAt(s0, y)) * 3u], static_cast<size_t>(s1 - s0) * 12u);
+    std::fill(out + 3 * (s1 - begin), out + 3 * cnt, 0.0f);
+    return true;
+  }
   for (Int32 i = 0; i < cnt; ++i)
   {
     Float32 px[4] = {1.0f, 0.0f, 0.0f, 0.0f}; // a, r, g, b
@@ -185,7 +208,9 @@ Bool BaseBitmap::GetPixelCnt(Int32 x, Int32 y, Int32 cnt, UChar* buffer, Int32 i
     // Inside the picture but outside what a crop kept: transparent black, as it was before the crop.
     if (hasAlpha && stored < 0 && y >= 0 && y < height && cx >= 0 && cx < width)
       px[0] = 0.0f;
-    if (stored >= 0)
+    if (made && y >= 0 && y < height && cx >= 0 && cx < width)
+      made(static_cast<Int32>(cx), y, 1, px + 1);
+    else if (stored >= 0)
     {
       const std::size_t at = static_cast<std::size_t>(stored);
       px[1] = Colour(at * 3u);
@@ -274,6 +299,7 @@ Bool BaseBitmap::CopyTo(BaseBitmap* dst) const
   dst->width = width;
   dst->height = height;
   dst->storeX = storeX, dst->storeY = storeY, dst->storeW = storeW, dst->storeH = storeH;
+  dst->made = made;
   return true;
 }
 

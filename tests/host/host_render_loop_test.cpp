@@ -46,6 +46,7 @@ public:
   std::string name = "A";
   Int32 info = VIDEOPOSTINFO_NONE, stereoCount = 0, expectedSamples = 0;
   Bool switchStereoOn = false, merge = true, failRenderClose = false, zeroLeftHalf = false, colourByImage = false;
+  Int32 splitAt = 0; ///< above 0, the merge takes columns before it from image 0 and the rest from image 1
   // Seen.
   Int32 width = 0, height = 0, imageIndex = -1;
   Bool stereoAtSequenceOpen = false;
@@ -103,12 +104,12 @@ public:
 
   Bool StereoMergeImages(BaseVideoPost*, BaseBitmap* dest, const BaseBitmap* const* source, Int32 count) override
   {
-    // Column x of the frame comes from image x modulo count.
+    // Column x of the frame comes from image x modulo count, or split between two images.
     Float32 rgb[3];
     for (Int32 y = 0; merge && y < dest->GetBh(); ++y)
       for (Int32 x = 0; x < dest->GetBw(); ++x)
       {
-        source[x % count]->GetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(rgb), 12, COLORMODE_RGBf);
+        source[splitAt > 0 ? x >= splitAt : x % count]->GetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(rgb), 12, COLORMODE_RGBf);
         dest->SetPixelCnt(x, y, 1, reinterpret_cast<UChar*>(rgb), 12, COLORMODE_RGBf);
       }
     return Log(name + ":StereoMergeImages " + std::to_string(count), merge);
@@ -216,6 +217,9 @@ std::vector<std::string> Expected(const std::vector<std::string>& vps, Int32 ima
     s.push_back(vps[0] + ":StereoGetCameraInfo " + std::to_string(i));
   each("FRAMESEQUENCE open");
   each("FRAME open");
+  // The merge runs once on marker pictures first, to learn where the frame takes its pixels.
+  if (!merge.empty())
+    s.push_back(vps[0] + ":" + merge);
   for (Int32 i = 0; i < images; ++i)
   {
     each("RENDER open");
@@ -303,6 +307,35 @@ TEST_F(RenderLoopTest, StereoImagesAreMergedAfterTheFrameClosesElseTheFrameIsThe
     EXPECT_FLOAT_EQ(Pixel(*picture, 3, 2)[0], 0.1f) << "unmerged: the first image, not the last";
     EXPECT_EQ(picture->HasAlpha(), !row.merge) << "an unmerged first image keeps its alpha";
     EXPECT_FLOAT_EQ(Pixel(*picture, 3, 2)[3], 1.0f);
+  }
+}
+
+TEST_F(RenderLoopTest, AnImageIsTracedOnlyInTheTilesItsMergeTakesPixelsFrom)
+{
+  // 96 x 35 in tiles of 32: columns 0 to 47 from image 0 (tiles 0 and 1 of each row of tiles),
+  // 48 to 95 from image 1 (tiles 1 and 2). Every frame of a sequence traces the same tiles.
+  Recorder* a = AddRecorder("A", kLensInfo);
+  a->stereoCount = 2;
+  a->switchStereoOn = a->colourByImage = true;
+  a->splitAt = 48;
+  settings()->SetInt32(RDATA_XRES, 96);
+  options.samples = 1;
+  options.frameList = {0, 1};
+  std::vector<std::vector<Float32>> rows;
+  options.frameDone = [&](Int32, const BaseBitmap& bmp) {
+    for (Int32 y : {0, 34})
+      for (Int32 x : {0, 47, 48, 95})
+        rows.push_back(Pixel(bmp, x, y));
+    return true;
+  };
+  ASSERT_TRUE(host::RenderDocument(doc, options, &picture, &error)) << error;
+  EXPECT_EQ(a->rays, 2 * 2 * 64 * 35) << "two frames of two images, each traced in 64 of its 96 columns";
+  EXPECT_EQ(a->badPixels, 0);
+  ASSERT_EQ(rows.size(), 16u);
+  for (size_t i = 0; i < rows.size(); ++i)
+  {
+    const Float32 red = static_cast<Float32>(2 * (i / 8) + (i % 4 < 2 ? 1 : 2)) / 10.0f; // images count on across frames
+    EXPECT_EQ(rows[i], (std::vector<Float32>{red, 0.0f, 0.0f, 1.0f})) << "sample " << i << " of the merged frames";
   }
 }
 

@@ -1,8 +1,11 @@
 // Image buffers, render bitmaps and the running render.
 #include "render/render_buffers.h"
 
+#include "render/render_loop.h"
+
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <new>
 
 namespace host::render
@@ -83,6 +86,16 @@ Bool RenderBitmap::InitCrop(Int32 w, Int32 h, Int32 x0, Int32 y0, Int32 cw, Int3
   return true;
 }
 
+Bool RenderBitmap::InitMade(Int32 w, Int32 h, std::function<void(Int32 x, Int32 y, Int32 cnt, Float32* rgb)> colours)
+{
+  if (w <= 0 || h <= 0 || !Init(1, 1, false))
+    return false;
+  width = w, height = h;
+  storeW = storeH = 0;
+  made = std::move(colours);
+  return true;
+}
+
 void RenderBitmap::CopyRows(const ImageBuffer& buffer, Int32 y0, Int32 y1)
 {
   y0 = std::max(y0, storeY), y1 = std::min(y1, storeY + storeH);
@@ -140,42 +153,44 @@ struct Marker
 };
 } // namespace
 
-MergeKind LearnMerge(VideoPostData* data, BaseVideoPost* node, const std::vector<RenderBitmap*>& images,
-                     RenderBitmap& frame, PassSelection& selection)
+MergeKind LearnMerge(VideoPostData* data, BaseVideoPost* node, Int32 count, Int32 w, Int32 h, RenderBitmap& frame,
+                     const std::function<void(Int32 fx, Int32 fy, Int32 k, Int32 x, Int32 y)>& visit)
 {
-  const Int32 count = static_cast<Int32>(images.size());
-  const Int32 w = images.front()->GetBw(), h = images.front()->GetBh();
   const Int32 frameW = frame.GetBw(), frameH = frame.GetBh();
   const Marker marker{static_cast<Float32>(std::max(w, h) + 1)};
+  std::vector<std::unique_ptr<RenderBitmap, BitmapFree>> pictures;
   std::vector<const BaseBitmap*> sources;
   for (Int32 k = 0; k < count; ++k)
   {
-    RenderBitmap* picture = images[static_cast<size_t>(k)];
-    for (Int32 y = 0; y < h; ++y)
-      for (Int32 x = 0; x < w; ++x)
-      {
-        marker.Encode(picture->Colours(x, y), k, x, y);
-        picture->SetAlphaAt(x, y, 1.0f);
-      }
-    sources.push_back(picture);
+    pictures.emplace_back(RenderBitmap::Alloc());
+    if (!pictures.back() || !pictures.back()->InitMade(w, h, [marker, k](Int32 x, Int32 y, Int32 cnt, Float32* rgb) {
+          for (Int32 i = 0; i < cnt; ++i)
+            marker.Encode(rgb + 3 * i, k, x + i, y);
+        }))
+      return MergeKind::Declines;
+    sources.push_back(pictures.back().get());
   }
   if (!data->StereoMergeImages(node, &frame, sources.data(), count))
     return MergeKind::Declines;
 
-  selection.width = frameW, selection.height = frameH;
-  const size_t n = static_cast<size_t>(frameW) * static_cast<size_t>(frameH);
-  selection.image.assign(n, -1), selection.x.assign(n, 0), selection.y.assign(n, 0);
-  for (Int32 y = 0; y < frameH; ++y)
-    for (Int32 x = 0; x < frameW; ++x)
+  for (Int32 fy = 0; fy < frameH; ++fy)
+    for (Int32 fx = 0; fx < frameW; ++fx)
     {
-      const Float32* px = frame.Colours(x, y);
-      const size_t i = static_cast<size_t>(y) * static_cast<size_t>(frameW) + static_cast<size_t>(x);
+      const Float32* px = frame.Colours(fx, fy);
       if (px[0] == 0.0f && px[1] == 0.0f && px[2] == 0.0f)
         continue;
-      if (!marker.Decode(px, count, w, h, selection.image[i], selection.x[i], selection.y[i]))
+      Int32 k = 0, x = 0, y = 0;
+      if (!marker.Decode(px, count, w, h, k, x, y))
         return MergeKind::Mixes;
+      visit(fx, fy, k, x, y);
     }
   return MergeKind::Selects;
+}
+
+void Select(PassSelection& selection, Int32 fx, Int32 fy, Int32 k, Int32 x, Int32 y)
+{
+  const size_t i = static_cast<size_t>(fy) * static_cast<size_t>(selection.width) + static_cast<size_t>(fx);
+  selection.image[i] = k, selection.x[i] = x, selection.y[i] = y;
 }
 
 void ApplySelection(const PassSelection& selection, const std::vector<const RenderBitmap*>& images, RenderBitmap& frame)

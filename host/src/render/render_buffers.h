@@ -2,6 +2,7 @@
 // bitmaps that carry finished images.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -49,6 +50,9 @@ public:
   /// The same picture, w × h, storing only the rectangle at (x0, y0) of cw × ch: everything else
   /// reads as transparent black and takes no memory. False without memory.
   Bool InitCrop(Int32 w, Int32 h, Int32 x0, Int32 y0, Int32 cw, Int32 ch, Bool withAlpha);
+  /// A float picture of w × h without alpha that stores nothing: `colours` makes `cnt` pixels
+  /// from (x, y) on as they are read. False for an empty size.
+  Bool InitMade(Int32 w, Int32 h, std::function<void(Int32 x, Int32 y, Int32 cnt, Float32* rgb)> colours);
   /// Copies the buffer's colours, and its alpha where the bitmap has a channel for it; nothing
   /// when the sizes differ.
   void CopyFrom(const ImageBuffer& buffer) { CopyRows(buffer, 0, height); }
@@ -95,12 +99,16 @@ enum class MergeKind
   Mixes,    ///< pixels are made from several (an anaglyph)
 };
 
-/// Runs the video post's merge once on pictures whose pixels name their image and place, to learn
-/// how it lays a frame out, so that a data pass (directions) can be laid out the same way without
-/// the merge's arithmetic. The marker pictures are written into `images` and merged into `frame`:
-/// the render's own bitmaps, before anything is traced into them.
-MergeKind LearnMerge(VideoPostData* data, BaseVideoPost* node, const std::vector<RenderBitmap*>& images,
-                     RenderBitmap& frame, PassSelection& selection);
+/// Runs the video post's merge once on `count` pictures of w × h made as they are read (no
+/// memory of their own), whose pixels name their image and place, into `frame`, to learn how it
+/// lays a frame out: for a data pass (directions), laid out the same way without the merge's
+/// arithmetic, and to trace each image only where the frame takes pixels from it. `visit(fx, fy,
+/// k, x, y)` hears of each pixel (fx, fy) of the frame that is pixel (x, y) of image k; what it
+/// heard is void unless the answer is Selects.
+MergeKind LearnMerge(VideoPostData* data, BaseVideoPost* node, Int32 count, Int32 w, Int32 h, RenderBitmap& frame,
+                     const std::function<void(Int32 fx, Int32 fy, Int32 k, Int32 x, Int32 y)>& visit);
+/// Where each pixel of the frame comes from, as LearnMerge's visits tell it.
+void Select(PassSelection& selection, Int32 fx, Int32 fy, Int32 k, Int32 x, Int32 y);
 
 /// A half-open rectangle of a frame, in pixels.
 struct FrameArea

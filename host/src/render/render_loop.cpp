@@ -79,15 +79,16 @@ private:
   Bool AfterStart() override;
   Bool InsideSequence(size_t& next, size_t end) override;
   Bool RenderFrame(size_t frameIndex);
-  /// A data pass is laid out as the video post lays out its frame, never mixed: learned once.
-  Bool LearnPassMerge();
+  /// How the video post lays out its frame, learned once a sequence: which tiles of each image it
+  /// reads, and for a data pass (never mixed) or views where each pixel comes from.
+  Bool LearnMergeLayout();
   /// Hands the frame's picture on: to frameDone, and the first frame to the caller.
   Bool FrameDone(size_t frameIndex, BitmapHolder* picture);
   /// The rectangles of the frame that make its views, learned with the merge.
   Bool LearnViews();
   Bool ViewsDone(const Frame& frame, const RenderBitmap& picture);
   Bool SetupCamera(Int32 image);
-  void TraceImage(size_t imagesBefore);
+  void TraceImage(Int32 image, size_t imagesBefore);
   /// Keeps the traced image of index `image` cropped to its content.
   Bool KeepCropped(Int32 image);
   Bool Cancelled() const { return options.cancel && options.cancel->load(std::memory_order_relaxed); }
@@ -108,6 +109,9 @@ private:
   BitmapHolder merged;
   render::TileTracer tracer;
   Bool passMergeLearned = false;
+  /// Per image of a merge, the tiles the merge reads from it, which are all that is traced;
+  /// empty where every tile is.
+  std::vector<std::vector<Int64>> tilesRead;
   render::MergeKind passMerge = render::MergeKind::Declines;
   render::PassSelection passSelection;
   std::vector<render::FrameArea> viewAreas;
@@ -168,6 +172,7 @@ Bool RenderLoop::AfterStart()
   firstImage.reset();
   merged.reset();
   passMergeLearned = false;
+  tilesRead.clear();
   viewAreas.clear();
   Bool allocated = buffer.Init(width, height);
   if (!merging)
@@ -213,7 +218,7 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
   if (!buffer.Holds(width, height) && !buffer.Init(width, height))
     return Fail(String("out of memory for the image buffer of a " + std::to_string(width) + " x " +
                        std::to_string(height) + " render"));
-  if (merging && (options.pass != RenderPass::Shaded || options.viewsDone) && !passMergeLearned && !LearnPassMerge())
+  if (merging && !passMergeLearned && !LearnMergeLayout())
     return false;
   if (options.viewsDone && viewAreas.empty() && !LearnViews())
     return false;
@@ -224,7 +229,7 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
       return false;
     if (!lens && !SetupCamera(i))
       return false;
-    TraceImage(frameIndex * static_cast<size_t>(imageCount) + static_cast<size_t>(i));
+    TraceImage(i, frameIndex * static_cast<size_t>(imageCount) + static_cast<size_t>(i));
     if (Cancelled())
       return Fail(String("the render was cancelled"));
     if (frameIndex == 0 && i == 0 && options.probeRays)
@@ -277,23 +282,38 @@ Bool RenderLoop::RenderFrame(size_t frameIndex)
   return done;
 }
 
-Bool RenderLoop::LearnPassMerge()
+Bool RenderLoop::LearnMergeLayout()
 {
   passMergeLearned = true;
-  // The layout is learned from whole pictures that name their pixels, made for this alone.
-  std::vector<BitmapHolder> coded;
-  std::vector<RenderBitmap*> scratch;
+  // The images are made as the merge reads them; only the learning frame takes memory.
   BitmapHolder frame(RenderBitmap::Alloc());
-  Bool allocated = frame && frame->Init(width, height, false);
-  for (Int32 i = 0; allocated && i < imageCount; ++i)
-  {
-    coded.emplace_back(RenderBitmap::Alloc());
-    allocated = coded.back() && coded.back()->Init(width, height, true);
-    scratch.push_back(coded.back().get());
-  }
-  if (!allocated)
+  if (!frame || !frame->Init(width, height, false))
     return Fail(String("out of memory for learning how the frame is laid out"));
-  passMerge = render::LearnMerge(lens->data, lens->node, scratch, *frame, passSelection);
+  const Bool wantsPixels = options.pass != RenderPass::Shaded || options.viewsDone;
+  if (wantsPixels)
+  {
+    const size_t n = static_cast<size_t>(width) * static_cast<size_t>(height);
+    passSelection.width = width, passSelection.height = height;
+    passSelection.image.assign(n, -1), passSelection.x.assign(n, 0), passSelection.y.assign(n, 0);
+  }
+  const Int64 tiles = tracer.tileCount;
+  std::vector<std::vector<Bool>> read(static_cast<size_t>(imageCount), std::vector<Bool>(static_cast<size_t>(tiles), false));
+  passMerge = render::LearnMerge(lens->data, lens->node, imageCount, width, height, *frame,
+                                 [&](Int32 fx, Int32 fy, Int32 k, Int32 x, Int32 y) {
+                                   read[static_cast<size_t>(k)][static_cast<size_t>(tracer.TileOf(x, y))] = true;
+                                   if (wantsPixels)
+                                     render::Select(passSelection, fx, fy, k, x, y);
+                                 });
+  // A frame that takes each pixel from one place of one image needs no other pixel of it.
+  tilesRead.clear();
+  if (passMerge == render::MergeKind::Selects)
+    for (const std::vector<Bool>& tilesOfImage : read)
+    {
+      tilesRead.emplace_back();
+      for (Int64 t = 0; t < tiles; ++t)
+        if (tilesOfImage[static_cast<size_t>(t)])
+          tilesRead.back().push_back(t);
+    }
   if (passMerge != render::MergeKind::Mixes || options.pass == RenderPass::Shaded)
     return true;
   inputRejected = true;
@@ -373,14 +393,15 @@ void RenderLoop::Report(Float done)
   options.progress(done);
 }
 
-void RenderLoop::TraceImage(size_t imagesBefore)
+void RenderLoop::TraceImage(Int32 image, size_t imagesBefore)
 {
+  const std::vector<Int64>* list = static_cast<size_t>(image) < tilesRead.size() ? &tilesRead[static_cast<size_t>(image)] : nullptr;
   std::atomic<Int64> tilesDone{0};
-  const Int64 tileCount = tracer.tileCount;
+  const Int64 tileCount = list ? static_cast<Int64>(list->size()) : tracer.tileCount;
   arena.execute([&] {
     tbb::parallel_for(tbb::blocked_range<Int64>(0, tileCount, 1), [&](const tbb::blocked_range<Int64>& range) {
       for (Int64 t = range.begin(); t != range.end() && !Cancelled(); ++t)
-        tracer.TraceTile(t);
+        tracer.TraceTile(list ? (*list)[static_cast<size_t>(t)] : t);
       const Int64 done = tilesDone.fetch_add(static_cast<Int64>(range.size())) + static_cast<Int64>(range.size());
       // Only the calling thread reports, so the callback needs no lock.
       if (options.progress && std::this_thread::get_id() == caller)
@@ -392,20 +413,36 @@ void RenderLoop::TraceImage(size_t imagesBefore)
 
 Bool RenderLoop::KeepCropped(Int32 image)
 {
+  // Tiles that weren't traced hold what an earlier image left: they count as transparent black.
+  const Int32 tile = render::TileTracer::kTileSize;
+  const Int64 tilesX = tracer.tilesX;
+  std::vector<Bool> traced;
+  if (static_cast<size_t>(image) < tilesRead.size())
+  {
+    traced.assign(static_cast<size_t>(tracer.tileCount), false);
+    for (const Int64 t : tilesRead[static_cast<size_t>(image)])
+      traced[static_cast<size_t>(t)] = true;
+  }
+  const auto isTraced = [&](Int32 x, Int32 y) { return traced.empty() || traced[static_cast<size_t>(tracer.TileOf(x, y))]; };
+
   // The rectangle of the pixels that hold anything; outside it the image is transparent black.
   std::vector<Int32> first(static_cast<size_t>(height), width), last(static_cast<size_t>(height), -1);
   arena.execute([&] {
     tbb::parallel_for(tbb::blocked_range<Int32>(0, height, 16), [&](const tbb::blocked_range<Int32>& rows) {
       for (Int32 y = rows.begin(); y < rows.end(); ++y)
-      {
-        const Float32* px = buffer.Pixel(0, y);
-        for (Int32 x = 0; x < width; ++x, px += 4)
-          if (px[0] != 0.0f || px[1] != 0.0f || px[2] != 0.0f || px[3] != 0.0f)
-          {
-            first[static_cast<size_t>(y)] = std::min(first[static_cast<size_t>(y)], x);
-            last[static_cast<size_t>(y)] = x;
-          }
-      }
+        for (Int32 x0 = 0; x0 < width; x0 += tile)
+        {
+          if (!isTraced(x0, y))
+            continue;
+          const Int32 x1 = std::min(width, x0 + tile);
+          const Float32* px = buffer.Pixel(x0, y);
+          for (Int32 x = x0; x < x1; ++x, px += 4)
+            if (px[0] != 0.0f || px[1] != 0.0f || px[2] != 0.0f || px[3] != 0.0f)
+            {
+              first[static_cast<size_t>(y)] = std::min(first[static_cast<size_t>(y)], x);
+              last[static_cast<size_t>(y)] = x;
+            }
+        }
     });
   });
   Int32 x0 = width, x1 = -1, y0 = height, y1 = -1;
@@ -417,6 +454,12 @@ Bool RenderLoop::KeepCropped(Int32 image)
     }
   if (x1 < 0) // an image of nothing keeps one pixel
     x0 = x1 = y0 = y1 = 0;
+  if (!traced.empty())
+    for (Int64 ty = y0 / tile; ty <= y1 / tile; ++ty)
+      for (Int64 tx = x0 / tile; tx <= x1 / tile; ++tx)
+        if (!traced[static_cast<size_t>(ty * tilesX + tx)])
+          for (Int32 y = static_cast<Int32>(ty) * tile; y < std::min(height, static_cast<Int32>(ty + 1) * tile); ++y)
+            std::fill_n(buffer.Pixel(static_cast<Int32>(tx) * tile, y), 4 * (std::min(width, static_cast<Int32>(tx + 1) * tile) - static_cast<Int32>(tx) * tile), 0.0f);
   BitmapHolder& kept = images[static_cast<size_t>(image)];
   kept.reset(RenderBitmap::Alloc());
   // A merge reads colours only, so only the first image keeps the alpha: it stands in as the

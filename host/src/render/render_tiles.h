@@ -35,6 +35,8 @@ struct TileTracer
   void SetSamples(Int32 samples);
   void SetFrame(Int32 w, Int32 h);
   void TraceTile(Int64 tile) const;
+  /// The tile that holds pixel (x, y).
+  Int64 TileOf(Int32 x, Int32 y) const { return static_cast<Int64>(y / kTileSize) * tilesX + x / kTileSize; }
   /// The ray through frame position (sx, sy) in pixels.
   Ray Shoot(Float sx, Float sy) const;
 
