@@ -200,6 +200,18 @@ Bool HasAnimation(BaseDocument* doc)
   return any;
 }
 
+Bool HasParameterAnimation(BaseDocument* doc)
+{
+  Bool any = false;
+  if (doc)
+    VisitNodes(doc, [&](BaseList2D* node) {
+      const std::vector<Track>* tracks = TracksOf(node);
+      any = any || (tracks && std::any_of(tracks->begin(), tracks->end(),
+                                          [](const Track& t) { return t.target == TrackTarget::Parameter; }));
+    });
+  return any;
+}
+
 void AnimateDocument(BaseDocument* doc)
 {
   if (!doc)

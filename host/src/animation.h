@@ -59,6 +59,10 @@ Bool IsAnimated(const BaseList2D* node, Int32 id);
 /// and their video posts.
 Bool HasAnimation(BaseDocument* doc);
 
+/// Whether a track of the document drives a parameter (of an object, a tag, the render settings
+/// or a video post) rather than an object's placement.
+Bool HasParameterAnimation(BaseDocument* doc);
+
 /// Sets everything animated to its tracks' value at the document's time.
 void AnimateDocument(BaseDocument* doc);
 /// The document at `time`: the time set, the tracks evaluated, then the expression pass.

@@ -396,10 +396,20 @@ TEST_F(RenderLoopTest, AnAnimatedDocumentStartsEachFrameAfreshAndIsPutBackAfterw
     return true;
   };
   const auto count = [&](const std::string& call) { return std::count(callLog.begin(), callLog.end(), "A:" + call); };
-  // Without tracks the frames share one sequence.
-  ASSERT_TRUE(host::RenderDocument(doc, options, &picture, &error)) << error;
-  EXPECT_EQ(count("FRAMESEQUENCE open"), 1);
-  EXPECT_EQ(widths, (std::vector<Int32>{40, 40, 40}));
+  // Without tracks, or with tracks that only move objects, the frames share one sequence.
+  BaseObject* moving = BaseObject::Alloc(Onull);
+  doc->InsertObject(moving, nullptr, nullptr);
+  host::Track position{host::TrackTarget::Position, 0, {{0.0, GeData(Vector()), host::Interpolation::Linear}, {1.0, GeData(Vector(100, 0, 0))}}};
+  for (const Bool withPlacementTrack : {false, true})
+  {
+    if (withPlacementTrack)
+      host::SetTrack(moving, position);
+    callLog.clear();
+    widths.clear();
+    ASSERT_TRUE(host::RenderDocument(doc, options, &picture, &error)) << error;
+    EXPECT_EQ(count("FRAMESEQUENCE open"), 1) << "with a placement track: " << withPlacementTrack;
+    EXPECT_EQ(widths, (std::vector<Int32>{40, 40, 40}));
+  }
 
   // The width steps up at frame 3 (0.12 s): each frame opens its own sequence, whose settings
   // the video post sees as the frame's evaluation left them.

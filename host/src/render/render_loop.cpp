@@ -7,6 +7,7 @@
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
+#include <array>
 #include <atomic>
 #include <string>
 #include <thread>
@@ -112,6 +113,7 @@ private:
   /// Per image of a merge, the tiles the merge reads from it, which are all that is traced;
   /// empty where every tile is.
   std::vector<std::vector<Int64>> tilesRead;
+  std::array<Int32, 3> learnedFor{0, 0, 0}; ///< width, height and image count of the learned layout
   render::MergeKind passMerge = render::MergeKind::Declines;
   render::PassSelection passSelection;
   std::vector<render::FrameArea> viewAreas;
@@ -167,13 +169,19 @@ Bool RenderLoop::AfterStart()
     return false;
   }
 
-  // An animated document starts a sequence per frame, whose size and images may differ.
+  // A sequence whose settings may differ from the last one's learns its layout again; where only
+  // cameras move, the layout stays.
   images.clear();
   firstImage.reset();
   merged.reset();
-  passMergeLearned = false;
-  tilesRead.clear();
-  viewAreas.clear();
+  const std::array<Int32, 3> layoutKey{width, height, imageCount};
+  if (settingsMove || layoutKey != learnedFor)
+  {
+    passMergeLearned = false;
+    tilesRead.clear();
+    viewAreas.clear();
+  }
+  learnedFor = layoutKey;
   Bool allocated = buffer.Init(width, height);
   if (!merging)
   {

@@ -83,6 +83,7 @@ Bool RenderStages::CheckInput()
   if (!MakeRender())
     return false;
   animated = HasAnimation(doc);
+  settingsMove = HasParameterAnimation(doc);
 
   // Frames: the document's current time, a list, or the range at the settings' frame rate.
   Float fps = render->Settings().GetFloat(RDATA_FRAMERATE, doc->GetFps());
@@ -94,7 +95,7 @@ Bool RenderStages::CheckInput()
       return Fail(String("more than " + std::to_string(kMaxFrames) + " frames"));
     for (Int32 f : options.frameList)
       frames.push_back(Frame{f, BaseTime(static_cast<Float>(f), fps)});
-    sequencePerFrame = animated && frames.size() > 1;
+    sequencePerFrame = settingsMove && frames.size() > 1;
     return true;
   }
   if (!options.firstFrame && !options.lastFrame)
@@ -111,7 +112,7 @@ Bool RenderStages::CheckInput()
                        std::to_string(kMaxFrames) + " frames"));
   for (Int64 f = first; f <= last; ++f)
     frames.push_back(Frame{static_cast<Int32>(f), BaseTime(static_cast<Float>(f), fps)});
-  sequencePerFrame = animated && frames.size() > 1;
+  sequencePerFrame = settingsMove && frames.size() > 1;
   return true;
 }
 
@@ -165,14 +166,14 @@ Bool RenderStages::Drive()
   Bool ok = true;
   for (size_t begin = 0; ok && begin < frames.size();)
   {
-    const size_t end = sequencePerFrame ? begin + 1 : frames.size();
+    size_t end = sequencePerFrame ? begin + 1 : frames.size();
     ok = Sequence(begin, end);
     begin = end;
   }
   return ok;
 }
 
-Bool RenderStages::Sequence(size_t begin, size_t end)
+Bool RenderStages::Sequence(size_t begin, size_t& end)
 {
   // The settings as the frame's evaluation left them, before any video post reads them.
   EvaluateFrame(begin);
@@ -180,6 +181,10 @@ Bool RenderStages::Sequence(size_t begin, size_t end)
     return false;
   Notify(true);
   Bool ok = Start() && AfterStart();
+  // A video post is given its cameras when the sequence starts: with several, moving ones are
+  // given again for each frame.
+  if (animated && imageCount > 1)
+    end = begin + 1;
   if (ok)
   {
     // Once the sequence is open, a failure still closes it, so video posts can clean up.

@@ -43,8 +43,10 @@ public:
   void GatherVideoPosts();
   /// Render notification, Start, AfterStart, the frame sequence around InsideSequence, and the
   /// closing notification. The document's time is put back when the render ends (and an animated
-  /// document evaluated there again), however far it got. An animated document runs all of that once per frame, so that video
-  /// posts, which read their settings when the sequence opens, see each frame's values.
+  /// document evaluated there again), however far it got. A document whose parameters move runs
+  /// all of that once per frame, so that video posts, which read their settings when the sequence
+  /// opens, see each frame's values, and so does a frame of several images whose cameras move;
+  /// where only objects move, the frames share one sequence and the scene is built for each.
   Bool Drive();
 
 protected:
@@ -80,14 +82,17 @@ protected:
   std::vector<std::pair<Bool, Matrix>> eyes; ///< per image: whether the video post gave a camera, and its matrix
   Bool withAlpha = false;
   Bool animated = false;         ///< the document has tracks
-  Bool sequencePerFrame = false; ///< animated, with several frames
+  Bool settingsMove = false;      ///< a track drives a parameter, not only placements
+  Bool sequencePerFrame = false; ///< parameters animated, with several frames
 
 private:
   /// The running render's settings: the document's render settings as they are now, with the
   /// options' size.
   Bool MakeRender();
   /// One frame sequence, of frames `begin` up to `end`, with its notifications.
-  Bool Sequence(size_t begin, size_t end);
+  /// The frames from `begin` up to `end` in one sequence; `end` comes nearer where each frame
+  /// needs a sequence of its own.
+  Bool Sequence(size_t begin, size_t& end);
   /// Buffers, render info and the images per frame, up to the opening of the frame sequence.
   Bool Start();
   void Notify(Bool start);
