@@ -10,6 +10,7 @@ ORLIX_PACKAGES=(
   libfreetype-dev fonts-dejavu-core
   nlohmann-json3-dev libcli11-dev libtinyobjloader-dev
   libcpp-httplib-dev
+  zlib1g-dev libdeflate-dev libspng-dev
   weasyprint
 )
 # What the tests need beside the build: pdftotext and pdfimages look into the manual, exiftool

@@ -1,4 +1,4 @@
-// Pictures held by the host; files go through OpenImageIO.
+// Pictures held by the host; PNG files are read by our own reader, others through OpenImageIO.
 #include <OpenImageIO/imageio.h>
 
 #include <algorithm>
@@ -13,6 +13,7 @@
 
 #include "render/render_limits.h"
 #include "c4d_bitmap.h"
+#include "png_codec.h"
 
 const std::array<Float32, 256> BaseBitmap::kByteValue = [] {
   std::array<Float32, 256> values{};
@@ -98,13 +99,26 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
   if (path.empty() || stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
     return IMAGERESULT_NOTEXISTING;
 
-  auto in = OIIO::ImageInput::open(path);
-  if (!in)
-  {
-    (void)OIIO::geterror();
+  // PNG through our own reader, whose inflate is several times faster; the kinds it leaves
+  // (palettes, interlacing, gamma with alpha) and every other format through OpenImageIO.
+  host::png::Reader png;
+  const host::png::Reader::Result kind = png.Open(path);
+  if (kind == host::png::Reader::Result::Failed)
     return IMAGERESULT_WRONGTYPE;
+  const Bool ours = kind == host::png::Reader::Result::Ok;
+  std::unique_ptr<OIIO::ImageInput> in;
+  if (!ours)
+  {
+    in = OIIO::ImageInput::open(path);
+    if (!in)
+    {
+      (void)OIIO::geterror();
+      return IMAGERESULT_WRONGTYPE;
+    }
   }
-  const OIIO::ImageSpec format = in->spec_dimensions(0);
+  const OIIO::ImageSpec format = ours ? OIIO::ImageSpec(png.Width(), png.Height(), png.Channels(),
+                                                        png.Depth() == 8 ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::UINT16)
+                                      : in->spec_dimensions(0);
   const int channels = format.nchannels;
   if (channels < 1 || format.depth > 1 || format.width > std::numeric_limits<Int32>::max() ||
       format.height > std::numeric_limits<Int32>::max())
@@ -119,6 +133,8 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
   const int colourChannels = alphaChannel >= 0 ? channels - 1 : channels;
   auto read = [&](auto& values, OIIO::TypeDesc type) {
     values.resize(count * static_cast<std::size_t>(channels));
+    if (ours)
+      return png.Read(values.data()) == host::png::Reader::Result::Ok;
     if (in->read_image(0, 0, 0, channels, type, values.data()))
       return true;
     (void)in->geterror();

@@ -8,13 +8,16 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "bitmap_io.h"
+#include "png_codec.h"
 #include "c4d.h"
 #include "render/render_buffers.h"
 #include "render/render_loop.h"
@@ -245,6 +248,177 @@ TEST_F(BitmapTest, RefusedWritesLeaveNothingAndKeepTheOldFile)
   EXPECT_FALSE(host::SaveBitmap(*empty.bmp, keep, false, &error)) << "an empty picture";
   EXPECT_EQ(fs::file_size(keep), size);
   EXPECT_EQ(Files(), std::vector<std::string>{"keep.png"});
+}
+
+TEST_F(BitmapTest, PngsRoundTripThroughOurWriterAndReadAsOpenImageIoReadsThem)
+{
+  // Our writer's files (strips deflated on two threads; the largest spans several strips and
+  // bands, its height no multiple of either) and OpenImageIO's (grey, 16 bits, which only our
+  // reader sees) are read by both readers, which must agree value for value.
+  const struct
+  {
+    int w, h, channels;
+    Bool ours;
+    OIIO::TypeDesc type;
+  } rows[] = {{1, 5, 3, true, OIIO::TypeDesc::UINT8},   {2, 1, 4, true, OIIO::TypeDesc::UINT8},
+              {7, 3, 3, true, OIIO::TypeDesc::UINT8},   {333, 129, 4, true, OIIO::TypeDesc::UINT8},
+              {1001, 700, 4, true, OIIO::TypeDesc::UINT8}, {999, 401, 3, true, OIIO::TypeDesc::UINT8},
+              {5, 3, 1, false, OIIO::TypeDesc::UINT8},  {5, 3, 2, false, OIIO::TypeDesc::UINT16},
+              {9, 4, 3, false, OIIO::TypeDesc::UINT16}, {6, 5, 4, false, OIIO::TypeDesc::UINT16},
+              {400, 300, 3, false, OIIO::TypeDesc::UINT8}}; // large enough for libpng to use every filter
+  const std::function<int(int, int, int)> contents[] = {
+    [](int, int, int c) { return c == 3 ? 255 : 90; },                                  // flat
+    [](int x, int y, int c) { return static_cast<int>((x * 7919u + y * 104729u + c * 31u) * 2654435761u >> 24); }, // noise
+    [](int x, int y, int c) { return (x + 2 * y + 60 * c) % 256; }};                   // gradients
+  for (const auto& row : rows)
+    for (size_t k = 0; k < std::size(contents); ++k)
+    {
+      const auto& value = contents[k];
+      const std::string name = std::to_string(row.w) + "x" + std::to_string(row.h) + "_" + std::to_string(row.channels) +
+                               (row.ours ? "_ours_" : "_oiio_") + std::to_string(k) + ".png";
+      SCOPED_TRACE(name);
+      std::string path = scratch.Path(name);
+      if (row.ours)
+      {
+        Bitmap b;
+        ASSERT_EQ(b.bmp->Init(row.w, row.h, 96), IMAGERESULT_OK);
+        ASSERT_TRUE(row.channels == 3 || b.bmp->AddChannel(true, false));
+        for (Int32 y = 0; y < row.h; ++y)
+          for (Int32 x = 0; x < row.w; ++x)
+            WriteArgb(*b.bmp, x, y, {row.channels == 4 ? value(x, y, 3) / 255.0f : 1.0f, value(x, y, 0) / 255.0f,
+                                     value(x, y, 1) / 255.0f, value(x, y, 2) / 255.0f});
+        std::string error;
+        ASSERT_TRUE(host::SaveBitmap(*b.bmp, path, false, &error, 2)) << error;
+        // The file holds colours divided by alpha, as PNG wants them.
+        OIIO::ImageSpec straight;
+        straight.attribute("oiio:UnassociatedAlpha", 1);
+        auto in = OIIO::ImageInput::open(path, &straight);
+        ASSERT_TRUE(in && in->spec().nchannels == row.channels);
+        std::vector<unsigned char> stored(size_t(row.w) * row.h * row.channels);
+        ASSERT_TRUE(in->read_image(0, 0, 0, row.channels, OIIO::TypeDesc::UINT8, stored.data()));
+        int wrong = 0;
+        for (size_t i = 0; i < stored.size(); ++i)
+        {
+          const int x = static_cast<int>(i / row.channels % row.w), y = static_cast<int>(i / row.channels / row.w);
+          const int c = static_cast<int>(i % row.channels), a = row.channels == 4 ? value(x, y, 3) : 255;
+          const int want = c == 3 || a == 0 ? value(x, y, c) : std::min(255, value(x, y, c) * 255 / a);
+          if (stored[i] != want && ++wrong < 4)
+            ADD_FAILURE() << "value " << i << ": " << int(stored[i]) << " for " << want;
+        }
+        EXPECT_EQ(wrong, 0);
+      }
+      else
+        path = WritePicture(scratch, name, row.w, row.h, row.channels, row.type, [&](int x, int y, int c) { return value(x, y, c) / 255.0f; });
+
+      // OpenImageIO's reading (colours multiplied by alpha) against ours, behind BaseBitmap.
+      auto in = OIIO::ImageInput::open(path);
+      ASSERT_TRUE(in);
+      std::vector<float> theirs(size_t(row.w) * row.h * row.channels);
+      ASSERT_TRUE(in->read_image(0, 0, 0, row.channels, OIIO::TypeDesc::FLOAT, theirs.data()));
+      Bitmap mine;
+      ASSERT_EQ(mine.bmp->Init(Filename(path.c_str())), IMAGERESULT_OK);
+      ASSERT_EQ(std::vector<Int32>({mine.bmp->GetBw(), mine.bmp->GetBh(), mine.bmp->HasAlpha(), mine.bmp->IsFloat()}),
+                std::vector<Int32>({row.w, row.h, row.channels % 2 == 0, row.type != OIIO::TypeDesc::UINT8}));
+      int wrong = 0;
+      for (Int32 y = 0; y < row.h; ++y)
+        for (Int32 x = 0; x < row.w; ++x)
+        {
+          const float* t = &theirs[(size_t(y) * row.w + x) * row.channels];
+          // Bytes are compared as bytes: the two sides scale them to floats a little differently.
+          const auto value = [&](float v) { return row.type == OIIO::TypeDesc::UINT8 ? std::round(v * 255.0f) : v; };
+          std::vector<Float32> got = ReadArgb(*mine.bmp, x, y);
+          std::transform(got.begin(), got.end(), got.begin(), value);
+          const std::vector<Float32> want = {value(row.channels % 2 ? 1.0f : t[row.channels - 1]), value(t[0]),
+                                             value(t[row.channels > 2 ? 1 : 0]), value(t[row.channels > 2 ? 2 : 0])};
+          if (got != want && ++wrong < 4)
+            ADD_FAILURE() << "pixel " << x << ", " << y << ": " << ::testing::PrintToString(got) << " for "
+                          << ::testing::PrintToString(want);
+        }
+      EXPECT_EQ(wrong, 0);
+    }
+}
+
+TEST_F(BitmapTest, EveryPngFilterWritesAndReadsBack)
+{
+  // The host writes Up alone; the other filters come in pictures from elsewhere, so our reader
+  // must undo each of them, here on grey and alpha rows as much as on colours.
+  using host::png::Filter;
+  for (const Filter filter : {Filter::None, Filter::Sub, Filter::Up, Filter::Paeth, Filter::Adaptive})
+    for (const int channels : {1, 2, 3, 4})
+    {
+      SCOPED_TRACE("filter " + std::to_string(static_cast<int>(filter)) + ", " + std::to_string(channels) + " channels");
+      constexpr int w = 61, h = 37;
+      std::vector<unsigned char> values(size_t(w) * h * channels);
+      for (size_t i = 0; i < values.size(); ++i)
+        values[i] = static_cast<unsigned char>(i % 7 == 0 ? i * 2654435761u >> 24 : i / 3 % 256);
+      const std::string path = scratch.Path("filter.png");
+      std::FILE* f = std::fopen(path.c_str(), "wb");
+      ASSERT_NE(f, nullptr);
+      std::string error;
+      const bool written = host::png::Encode(
+        w, h, channels, "",
+        [&](int y0, int y1, unsigned char* out) {
+          std::copy(values.begin() + ptrdiff_t(y0) * w * channels, values.begin() + ptrdiff_t(y1) * w * channels, out);
+          return true;
+        },
+        [&](const void* data, size_t size) { return std::fwrite(data, 1, size, f) == size; }, {2, filter, 2}, error);
+      ASSERT_EQ(std::fclose(f), 0);
+      ASSERT_TRUE(written) << error;
+      OIIO::ImageSpec straight;
+      straight.attribute("oiio:UnassociatedAlpha", 1);
+      auto in = OIIO::ImageInput::open(path, &straight);
+      std::vector<unsigned char> theirs(values.size()), mine(values.size());
+      ASSERT_TRUE(in && in->read_image(0, 0, 0, channels, OIIO::TypeDesc::UINT8, theirs.data()));
+      EXPECT_TRUE(theirs == values) << "as OpenImageIO reads it";
+      host::png::Reader reader;
+      ASSERT_EQ(reader.Open(path), host::png::Reader::Result::Ok);
+      ASSERT_EQ(reader.Read(mine.data()), host::png::Reader::Result::Ok) << reader.Error();
+      // Ours hands out colours multiplied by alpha, as OpenImageIO does by default.
+      auto associated = OIIO::ImageInput::open(path);
+      ASSERT_TRUE(associated && associated->read_image(0, 0, 0, channels, OIIO::TypeDesc::UINT8, theirs.data()));
+      EXPECT_TRUE(mine == theirs) << "as our reader reads it";
+    }
+}
+
+TEST_F(BitmapTest, BrokenPngsAreRefusedWithTheirReason)
+{
+  Bitmap b;
+  Fill(b.bmp, 300, 200, true);
+  std::string error;
+  ASSERT_TRUE(host::SaveBitmap(*b.bmp, scratch.Path("whole.png"), false, &error)) << error;
+  const std::string bytes = ScratchDir::Read(scratch.Path("whole.png"));
+  const size_t idat = bytes.find("IDAT") - 4;
+  size_t size = 0;
+  for (size_t i = 0; i < 4; ++i)
+    size = size << 8 | static_cast<unsigned char>(bytes[idat + i]);
+  // A byte of the pixels changed, with and without the chunk's checksum made to match.
+  std::string flipped = bytes, packed = bytes.substr(idat + 8, size);
+  flipped[idat + 8 + size / 2] ^= 0x55;
+  packed[size / 2] ^= 0x55;
+  packed[1] ^= 0x55; // the zlib header
+  const std::string resealed = bytes.substr(0, idat) + host::png::Chunk("IDAT", packed.data(), packed.size()) + bytes.substr(idat + 12 + size);
+  const struct
+  {
+    const char* name;
+    std::string bytes, reason;
+  } cases[] = {{"cut.png", bytes.substr(0, bytes.size() / 2), "cut short"},
+               {"header.png", bytes.substr(0, 40), "cut short"},
+               {"flipped.png", flipped, "checksum is wrong"},
+               {"resealed.png", resealed, "compressed pixels are broken"}};
+  for (const auto& c : cases)
+  {
+    SCOPED_TRACE(c.name);
+    const std::string path = scratch.Write(c.name, c.bytes);
+    host::png::Reader reader;
+    host::png::Reader::Result result = reader.Open(path);
+    std::vector<unsigned char> pixels(300 * 200 * 4);
+    if (result == host::png::Reader::Result::Ok)
+      result = reader.Read(pixels.data());
+    EXPECT_EQ(result, host::png::Reader::Result::Failed);
+    EXPECT_NE(reader.Error().find(c.reason), std::string::npos) << reader.Error();
+    EXPECT_EQ(b.bmp->Init(Filename(path.c_str())), IMAGERESULT_WRONGTYPE);
+    EXPECT_EQ(b.bmp->GetBw(), 0);
+  }
 }
 
 TEST_F(BitmapTest, RenderPicturesOfEightBitsSixteenBitsFloatsAndGreySampleAlike)
