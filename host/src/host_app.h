@@ -135,6 +135,9 @@ Bool CanRedo(const BaseDocument* doc);
 /// Takes the document as it is now as what the last done step leads to, so that one stroke of
 /// the mouse that arrives in several parts stays one step; false if no step can be extended.
 Bool ExtendLastUndoStep(BaseDocument* doc);
+/// Takes back the last done step where it changed nothing (an edit a node refused), so that an
+/// undo never does nothing; false where there is no such step.
+Bool DropLastUndoStepIfUnchanged(BaseDocument* doc);
 
 /// Gives a new node the data of its registered plug-in type and runs Init; false if the type is
 /// registered but its data can't be made or doesn't initialise. Unregistered types pass.

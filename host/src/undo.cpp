@@ -72,6 +72,17 @@ DocState Capture(BaseDocument* doc)
   return state;
 }
 
+bool operator==(const NodeState& a, const NodeState& b)
+{
+  return a.node == b.node && a.head == b.head && a.parent == b.parent && a.name == b.name && a.data == b.data &&
+         a.bits == b.bits && a.ml == b.ml && a.renderMode == b.renderMode;
+}
+
+bool operator==(const DocState& a, const DocState& b)
+{
+  return a.nodes == b.nodes && a.data == b.data && a.activeRenderData == b.activeRenderData;
+}
+
 bool Holds(const DocState& state, const BaseList2D* node)
 {
   return std::any_of(state.nodes.begin(), state.nodes.end(), [&](const NodeState& s) { return s.node == node; });
@@ -246,6 +257,16 @@ Bool ExtendLastUndoStep(BaseDocument* doc)
   if (!h || h->depth > 0 || h->done == 0 || h->done != h->steps.size())
     return false;
   h->steps[h->done - 1].after = Capture(doc);
+  return true;
+}
+
+Bool DropLastUndoStepIfUnchanged(BaseDocument* doc)
+{
+  auto* h = const_cast<BaseDocument::UndoHistory*>(doc->GetUndoHistory());
+  if (!h || h->depth > 0 || h->done == 0 || h->done != h->steps.size() || !(h->steps.back().before == h->steps.back().after))
+    return false;
+  h->steps.pop_back();
+  --h->done;
   return true;
 }
 } // namespace host

@@ -179,3 +179,22 @@ TEST_F(DocTest, ExpressionPassRunsTagsByPriorityCameraDependentLast)
   host::ExecuteExpressions(doc);
   EXPECT_EQ(executed, (std::vector<std::string>{"early", "late", "tie", "camera"})) << "ties keep the tree's order";
 }
+
+TEST_F(DocTest, AnUndoStepThatChangedNothingCanBeTakenBackAndOneThatChangedSomethingCannot)
+{
+  BaseObject* op = BaseObject::Alloc(Onull);
+  doc->InsertObject(op, nullptr, nullptr);
+  for (const Bool change : {false, true})
+  {
+    doc->StartUndo();
+    doc->AddUndo(UNDOTYPE_CHANGE, op);
+    if (change)
+      op->SetName(String("moved on"));
+    doc->EndUndo();
+    ASSERT_TRUE(host::CanUndo(doc));
+    EXPECT_EQ(host::DropLastUndoStepIfUnchanged(doc), !change) << "a step that changed " << (change ? "a name" : "nothing");
+    EXPECT_EQ(host::CanUndo(doc), change);
+  }
+  ASSERT_TRUE(doc->DoUndo());
+  EXPECT_EQ(op->GetName(), String()) << "the step that stayed is the one that changed the name";
+}

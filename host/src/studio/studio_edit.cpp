@@ -84,10 +84,15 @@ void Studio::Impl::EditRoutes()
       doc->AddUndo(UNDOTYPE_CHANGE, node);
       const Bool taken = UserEdit(node, id, value);
       doc->EndUndo();
-      ++revision;
       stroke.clear();
+      // A refusal that left the document as it was leaves no step to undo and no new revision.
       if (!taken)
+      {
+        if (!DropLastUndoStepIfUnchanged(doc))
+          ++revision;
         throw Refusal{400, "the node did not take the value"};
+      }
+      ++revision;
       return Json{{"panel", PanelOf(node)}, {"dialogs", Dialogs(questions)}, {"revision", revision}};
     });
   });
