@@ -10,7 +10,7 @@
 #include <iostream>
 #include <limits>
 
-#include <OpenImageIO/imageio.h>
+#include "picture_library.h"
 
 #include "bitmap_io.h"
 #include "gpano.h"
@@ -144,28 +144,19 @@ std::vector<Int32> ShardFrames(const std::vector<Int32>& frames, const std::stri
 /// under a temporary name and renamed when whole, so this guards against what else may lie there.
 bool ReadsAsPicture(const std::string& path, std::string* why)
 {
-  auto in = OIIO::ImageInput::open(path);
+  const host::pictures::Library* library = host::pictures::Load(why);
+  std::unique_ptr<host::pictures::Reader> in = library ? library->open(path, *why) : nullptr;
   if (!in)
-  {
-    *why = OIIO::geterror();
     return false;
-  }
-  // In strips of rows (or of tiles), so that checking an 8K master costs no frame of memory.
-  // Its dimensions alone: the picture's metadata isn't needed here.
-  const OIIO::ImageSpec format = in->spec_dimensions(0, 0);
-  const int rows = format.tile_height > 0 ? format.tile_height : 64;
-  const int chans = format.nchannels;
-  std::vector<float> strip(static_cast<size_t>(format.width) * static_cast<size_t>(rows) * static_cast<size_t>(chans));
+  // In strips of rows, so that checking an 8K master costs no frame of memory.
+  const host::pictures::Header& format = in->Head();
+  const int rows = 64;
+  std::vector<float> strip(static_cast<size_t>(format.width) * static_cast<size_t>(rows) * static_cast<size_t>(format.channels));
   for (int y = format.y; y < format.y + format.height; y += rows)
   {
-    const int end = std::min(y + rows, format.y + format.height);
-    const bool ok = format.tile_width > 0
-                      ? in->read_tiles(0, 0, format.x, format.x + format.width, y, end, format.z, format.z + 1, 0, chans,
-                                       OIIO::TypeDesc::FLOAT, strip.data())
-                      : in->read_scanlines(0, 0, y, end, format.z, 0, chans, OIIO::TypeDesc::FLOAT, strip.data());
-    if (!ok)
+    if (!in->ReadRows(y, std::min(y + rows, format.y + format.height), OIIO::TypeDesc::FLOAT, strip.data()))
     {
-      *why = in->geterror();
+      *why = in->Error();
       if (why->empty())
         *why = "its pixels end short";
       return false;

@@ -1,5 +1,5 @@
-// Pictures held by the host; PNG files are read by our own reader, others through OpenImageIO.
-#include <OpenImageIO/imageio.h>
+// Pictures held by the host; PNG and plain TIFF files are read by our own readers, others through
+// OpenImageIO, loaded when first needed.
 
 #include <algorithm>
 #include <array>
@@ -13,7 +13,9 @@
 
 #include "render/render_limits.h"
 #include "c4d_bitmap.h"
+#include "picture_library.h"
 #include "png_codec.h"
+#include "tiff_reader.h"
 
 const std::array<Float32, 256> BaseBitmap::kByteValue = [] {
   std::array<Float32, 256> values{};
@@ -46,9 +48,9 @@ bool SizeFits(Int64 w, Int64 h, Int64 channels)
 
 // The size a file claims is checked before anything is decoded: a few bytes of PNG can claim
 // gigabytes. Decoding takes the file's values and then our own copy of them.
-bool DeclaredSizeFits(const OIIO::ImageSpec& format)
+bool DeclaredSizeFits(const host::pictures::Header& format)
 {
-  const int channels = format.nchannels;
+  const int channels = format.channels;
   if (!SizeFits(format.width, format.height, channels) || !SizeFits(format.width, format.height, 4))
     return false;
   const double pixels = static_cast<double>(format.width) * static_cast<double>(format.height);
@@ -99,27 +101,38 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
   if (path.empty() || stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
     return IMAGERESULT_NOTEXISTING;
 
-  // PNG through our own reader, whose inflate is several times faster; the kinds it leaves
-  // (palettes, interlacing, gamma with alpha) and every other format through OpenImageIO.
+  // PNG and plain TIFF through our own readers, whose inflate is several times faster and which
+  // need no OpenImageIO; the kinds they leave (palettes, interlacing, tiles, LZW...) and every
+  // other format through OpenImageIO.
   host::png::Reader png;
+  host::tiff::Reader tif;
   const host::png::Reader::Result kind = png.Open(path);
   if (kind == host::png::Reader::Result::Failed)
     return IMAGERESULT_WRONGTYPE;
-  const Bool ours = kind == host::png::Reader::Result::Ok;
-  std::unique_ptr<OIIO::ImageInput> in;
-  if (!ours)
+  const Bool ownPng = kind == host::png::Reader::Result::Ok;
+  const host::tiff::Reader::Result tiffKind = ownPng ? host::tiff::Reader::Result::Other : tif.Open(path);
+  if (tiffKind == host::tiff::Reader::Result::Failed)
+    return IMAGERESULT_WRONGTYPE;
+  const Bool ownTiff = tiffKind == host::tiff::Reader::Result::Ok;
+  std::unique_ptr<host::pictures::Reader> in;
+  host::pictures::Header format;
+  if (ownPng || ownTiff)
   {
-    in = OIIO::ImageInput::open(path);
-    if (!in)
-    {
-      (void)OIIO::geterror();
-      return IMAGERESULT_WRONGTYPE;
-    }
+    format.width = ownPng ? png.Width() : tif.Width();
+    format.height = ownPng ? png.Height() : tif.Height();
+    format.channels = ownPng ? png.Channels() : tif.Channels();
+    format.format = (ownPng ? png.Depth() : tif.Depth()) == 8 ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::UINT16;
   }
-  const OIIO::ImageSpec format = ours ? OIIO::ImageSpec(png.Width(), png.Height(), png.Channels(),
-                                                        png.Depth() == 8 ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::UINT16)
-                                      : in->spec_dimensions(0);
-  const int channels = format.nchannels;
+  else
+  {
+    std::string why;
+    const host::pictures::Library* library = host::pictures::Load(&why);
+    in = library ? library->open(path, why) : nullptr;
+    if (!in)
+      return IMAGERESULT_WRONGTYPE;
+    format = in->Head();
+  }
+  const int channels = format.channels;
   if (channels < 1 || format.depth > 1 || format.width > std::numeric_limits<Int32>::max() ||
       format.height > std::numeric_limits<Int32>::max())
     return IMAGERESULT_WRONGTYPE;
@@ -128,16 +141,18 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
 
   const Bool eightBit = format.format == OIIO::TypeDesc::UINT8;
   const std::size_t count = static_cast<std::size_t>(format.width) * static_cast<std::size_t>(format.height);
-  const int alphaChannel = format.alpha_channel >= 0 ? format.alpha_channel : (channels == 4 || channels == 2 ? channels - 1 : -1);
+  const int alphaChannel = format.alphaChannel >= 0 ? format.alphaChannel : (channels == 4 || channels == 2 ? channels - 1 : -1);
   // Grey pictures fill all three colours; a picture's alpha channel is kept apart.
   const int colourChannels = alphaChannel >= 0 ? channels - 1 : channels;
   auto read = [&](auto& values, OIIO::TypeDesc type) {
     values.resize(count * static_cast<std::size_t>(channels));
-    if (ours)
+    if (ownPng)
       return png.Read(values.data()) == host::png::Reader::Result::Ok;
-    if (in->read_image(0, 0, 0, channels, type, values.data()))
+    if (ownTiff)
+      return tif.Read(values.data()) == host::tiff::Reader::Result::Ok;
+    if (in->ReadRows(format.y, format.y + format.height, type, values.data()))
       return true;
-    (void)in->geterror();
+    (void)in->Error();
     return false;
   };
   // Three colour channels go straight into place; others through an interleaved copy.

@@ -3,6 +3,7 @@
 #include "bitmap_io.h"
 
 #include "pending_file.h"
+#include "picture_library.h"
 #include "png_codec.h"
 
 #include <algorithm>
@@ -11,12 +12,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
 #include <OpenImageIO/filesystem.h>
-#include <OpenImageIO/imageio.h>
 #include <tbb/blocked_range.h>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
@@ -157,7 +158,7 @@ Bool FileType(const std::string& ext, Bool floatData, const std::string& path, O
 
 /// Every row of `views` (pictures of one size, side by side in each pixel) into the opened `out`
 /// as values of `type`; false where memory or the writer fails.
-Bool WriteRows(const std::vector<const BaseBitmap*>& views, OIIO::ImageOutput& out, OIIO::TypeDesc type, int channels,
+Bool WriteRows(const std::vector<const BaseBitmap*>& views, pictures::Writer& out, OIIO::TypeDesc type, int channels,
                Int32 threads)
 {
   // Strips of rows, converted to the file's type as they go, rows side by side: no second copy
@@ -198,7 +199,7 @@ Bool WriteRows(const std::vector<const BaseBitmap*>& views, OIIO::ImageOutput& o
           }
       });
     });
-    written = out.write_scanlines(y0, y1, 0, type, strip.data());
+    written = out.WriteRows(y0, y1, type, strip.data());
   }
   return written;
 }
@@ -309,40 +310,42 @@ Bool Save(const std::vector<const BaseBitmap*>& bitmaps, const std::vector<std::
     }
     return true;
   }
-  PendingProxy proxy(path, file, std::move(xmp));
-  auto out = OIIO::ImageOutput::create(path);
-  if (!out)
+  const pictures::Library* library = pictures::Load(&err);
+  if (!library)
   {
-    err = path + ": " + OIIO::geterror();
+    err = path + ": " + err;
     return false;
   }
-  const int stored = channels * static_cast<int>(bitmaps.size());
-  OIIO::ImageSpec format(w, h, stored, ext == ".exr" && options.half ? OIIO::TypeDesc::HALF : type);
-  format.channelnames = ChannelNames(viewNames, channels);
-  format.alpha_channel = channels == 4 ? 3 : -1;
-  format.extra_attribs = options.attributes;
+  PendingProxy proxy(path, file, std::move(xmp));
+  pictures::Format format;
+  format.width = w, format.height = h;
+  format.type = ext == ".exr" && options.half ? OIIO::TypeDesc::HALF : type;
+  format.channelNames = ChannelNames(viewNames, channels);
+  format.alphaChannel = channels == 4 ? 3 : -1;
+  format.attributes = options.attributes;
   if (ext == ".exr")
-    format.attribute("compression", options.compression);
+    format.attributes.attribute("compression", options.compression);
   if (viewNames.size() > 1)
   {
     std::vector<const char*> names;
     for (const std::string& n : viewNames)
       names.push_back(n.c_str());
-    format.attribute("multiView", OIIO::TypeDesc(OIIO::TypeDesc::STRING, static_cast<int>(names.size())), names.data());
+    format.attributes.attribute("multiView", OIIO::TypeDesc(OIIO::TypeDesc::STRING, static_cast<int>(names.size())), names.data());
   }
   if (jpeg)
-    format.attribute("compression", "jpeg:" + std::to_string(std::clamp(options.quality, 1, 100)));
-  out->set_ioproxy(&proxy);
-  if (!out->open(path, format))
+    format.attributes.attribute("compression", "jpeg:" + std::to_string(std::clamp(options.quality, 1, 100)));
+  std::string why;
+  std::unique_ptr<pictures::Writer> out = library->create(path, format, &proxy, why);
+  if (!out)
   {
-    err = path + ": cannot write: " + (file.Problem().empty() ? out->geterror() : file.Problem());
+    err = path + ": cannot write: " + (file.Problem().empty() ? why : file.Problem());
     return false;
   }
   const Bool written = WriteRows(bitmaps, *out, type, channels, options.threads);
-  const Bool closed = out->close();
+  const Bool closed = out->Close();
   if (!written || !closed || !proxy.Spliced() || !file.Commit())
   {
-    const std::string encoder = out->geterror();
+    const std::string encoder = out->Error();
     err = path + ": " + (file.Problem().empty() ? "writing failed: " + encoder : file.Problem());
     return false;
   }

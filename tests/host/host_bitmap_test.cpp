@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <iterator>
 #include <memory>
@@ -111,6 +112,36 @@ struct BitmapTest : ::testing::Test
 
   ScratchDir scratch;
 };
+
+/// OpenImageIO's reading of the file at `path` (colours multiplied by alpha) against ours, behind
+/// BaseBitmap, value for value.
+void ExpectReadsAsOpenImageIoReadsIt(const std::string& path, int w, int h, int channels, OIIO::TypeDesc type)
+{
+  auto in = OIIO::ImageInput::open(path);
+  ASSERT_TRUE(in);
+  std::vector<float> theirs(size_t(w) * h * channels);
+  ASSERT_TRUE(in->read_image(0, 0, 0, channels, OIIO::TypeDesc::FLOAT, theirs.data()));
+  Bitmap mine;
+  ASSERT_EQ(mine.bmp->Init(Filename(path.c_str())), IMAGERESULT_OK);
+  ASSERT_EQ(std::vector<Int32>({mine.bmp->GetBw(), mine.bmp->GetBh(), mine.bmp->HasAlpha(), mine.bmp->IsFloat()}),
+            std::vector<Int32>({w, h, channels % 2 == 0, type != OIIO::TypeDesc::UINT8}));
+  int wrong = 0;
+  for (Int32 y = 0; y < h; ++y)
+    for (Int32 x = 0; x < w; ++x)
+    {
+      const float* t = &theirs[(size_t(y) * w + x) * channels];
+      // Bytes are compared as bytes: the two sides scale them to floats a little differently.
+      const auto value = [&](float v) { return type == OIIO::TypeDesc::UINT8 ? std::round(v * 255.0f) : v; };
+      std::vector<Float32> got = ReadArgb(*mine.bmp, x, y);
+      std::transform(got.begin(), got.end(), got.begin(), value);
+      const std::vector<Float32> want = {value(channels % 2 ? 1.0f : t[channels - 1]), value(t[0]),
+                                         value(t[channels > 2 ? 1 : 0]), value(t[channels > 2 ? 2 : 0])};
+      if (got != want && ++wrong < 4)
+        ADD_FAILURE() << "pixel " << x << ", " << y << ": " << ::testing::PrintToString(got) << " for "
+                      << ::testing::PrintToString(want);
+    }
+  EXPECT_EQ(wrong, 0);
+}
 
 int Byte(int x, int y, int c)
 {
@@ -310,32 +341,58 @@ TEST_F(BitmapTest, PngsRoundTripThroughOurWriterAndReadAsOpenImageIoReadsThem)
       else
         path = WritePicture(scratch, name, row.w, row.h, row.channels, row.type, [&](int x, int y, int c) { return value(x, y, c) / 255.0f; });
 
-      // OpenImageIO's reading (colours multiplied by alpha) against ours, behind BaseBitmap.
-      auto in = OIIO::ImageInput::open(path);
-      ASSERT_TRUE(in);
-      std::vector<float> theirs(size_t(row.w) * row.h * row.channels);
-      ASSERT_TRUE(in->read_image(0, 0, 0, row.channels, OIIO::TypeDesc::FLOAT, theirs.data()));
-      Bitmap mine;
-      ASSERT_EQ(mine.bmp->Init(Filename(path.c_str())), IMAGERESULT_OK);
-      ASSERT_EQ(std::vector<Int32>({mine.bmp->GetBw(), mine.bmp->GetBh(), mine.bmp->HasAlpha(), mine.bmp->IsFloat()}),
-                std::vector<Int32>({row.w, row.h, row.channels % 2 == 0, row.type != OIIO::TypeDesc::UINT8}));
-      int wrong = 0;
-      for (Int32 y = 0; y < row.h; ++y)
-        for (Int32 x = 0; x < row.w; ++x)
-        {
-          const float* t = &theirs[(size_t(y) * row.w + x) * row.channels];
-          // Bytes are compared as bytes: the two sides scale them to floats a little differently.
-          const auto value = [&](float v) { return row.type == OIIO::TypeDesc::UINT8 ? std::round(v * 255.0f) : v; };
-          std::vector<Float32> got = ReadArgb(*mine.bmp, x, y);
-          std::transform(got.begin(), got.end(), got.begin(), value);
-          const std::vector<Float32> want = {value(row.channels % 2 ? 1.0f : t[row.channels - 1]), value(t[0]),
-                                             value(t[row.channels > 2 ? 1 : 0]), value(t[row.channels > 2 ? 2 : 0])};
-          if (got != want && ++wrong < 4)
-            ADD_FAILURE() << "pixel " << x << ", " << y << ": " << ::testing::PrintToString(got) << " for "
-                          << ::testing::PrintToString(want);
-        }
-      EXPECT_EQ(wrong, 0);
+      ExpectReadsAsOpenImageIoReadsIt(path, row.w, row.h, row.channels, row.type);
     }
+}
+
+TEST_F(BitmapTest, TiffsReadAsOpenImageIoReadsThemWhetherOurReaderOrItsOwnTakesThem)
+{
+  // Strips of 8 and 16 bits, grey to RGBA, stored plain and deflated (ours), and LZW and tiles,
+  // which go to OpenImageIO; heights no multiple of the strips.
+  const struct
+  {
+    int w, h, channels;
+    OIIO::TypeDesc type;
+    const char* compression;
+    int tile;
+  } rows[] = {{1, 5, 3, OIIO::TypeDesc::UINT8, "none", 0},  {7, 3, 4, OIIO::TypeDesc::UINT8, "zip", 0},
+              {33, 70, 1, OIIO::TypeDesc::UINT8, "zip", 0}, {9, 4, 2, OIIO::TypeDesc::UINT16, "zip", 0},
+              {65, 37, 3, OIIO::TypeDesc::UINT16, "none", 0}, {40, 90, 4, OIIO::TypeDesc::UINT16, "zip", 0},
+              {31, 17, 3, OIIO::TypeDesc::UINT8, "lzw", 0}, {40, 40, 4, OIIO::TypeDesc::UINT8, "zip", 16}};
+  for (const auto& row : rows)
+  {
+    const std::string path = scratch.Path(std::to_string(row.w) + "x" + std::to_string(row.h) + "_" + std::to_string(row.channels) + "_" +
+                                          row.compression + std::to_string(row.tile) + ".tif");
+    SCOPED_TRACE(path);
+    OIIO::ImageSpec format(row.w, row.h, row.channels, row.type);
+    format.alpha_channel = row.channels % 2 == 0 ? row.channels - 1 : -1;
+    format.attribute("compression", row.compression);
+    format.attribute("tiff:RowsPerStrip", 8);
+    if (row.tile)
+      format.tile_width = format.tile_height = row.tile;
+    std::vector<float> pixels;
+    for (int y = 0; y < row.h; ++y)
+      for (int x = 0; x < row.w; ++x)
+        for (int c = 0; c < row.channels; ++c)
+          pixels.push_back(static_cast<float>((x * 7919u + y * 104729u + c * 31u) * 2654435761u >> 16) / 65535.0f);
+    auto out = OIIO::ImageOutput::create(path);
+    ASSERT_TRUE(out && out->open(path, format) && out->write_image(OIIO::TypeDesc::FLOAT, pixels.data())) << OIIO::geterror();
+    out->close();
+    ExpectReadsAsOpenImageIoReadsIt(path, row.w, row.h, row.channels, row.type);
+  }
+
+  // Cut short in its strips, or its directory: refused, and the bitmap stays empty.
+  const std::string whole = scratch.Path("40x90_4_zip0.tif");
+  for (const double keep : {0.5, 0.02})
+  {
+    std::ifstream in(whole, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const std::string cut = scratch.Path("cut.tif");
+    std::ofstream(cut, std::ios::binary) << bytes.substr(0, static_cast<size_t>(bytes.size() * keep));
+    Bitmap b;
+    EXPECT_EQ(b.bmp->Init(Filename(cut.c_str())), IMAGERESULT_WRONGTYPE) << "kept " << keep;
+    EXPECT_EQ(b.bmp->GetBw(), 0);
+  }
 }
 
 TEST_F(BitmapTest, EveryPngFilterWritesAndReadsBack)
