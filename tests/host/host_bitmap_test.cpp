@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
@@ -225,6 +226,69 @@ TEST_F(BitmapTest, EachFormatStoresTheValuesItCan)
     EXPECT_EQ(wrong, 0);
   }
   EXPECT_EQ(Files(), (std::vector<std::string>{"f.tif", "p.exr", "p.png", "p.tif"})) << "no temporary files left";
+}
+
+TEST_F(BitmapTest, TiffsStoreWhatOpenImageIoStoredForEverySizeKindAndThreadCount)
+{
+  // Our writer's strips hold a fixed number of rows: the wide pictures span several strips and
+  // bands, their heights no multiple of either. OpenImageIO reads the values back in the file's
+  // own type: 16-bit values rounded and clamped as before (a NaN stored as 0), floats exact.
+  const struct
+  {
+    Int32 w, h;
+    Bool alpha, floatData;
+    Int32 threads;
+  } rows[] = {{1, 1, false, false, 1},   {1, 5, true, true, 2},        {7, 3, true, false, 2},
+              {2049, 101, false, false, 2}, {2049, 101, true, true, 0}, {4099, 45, true, false, 2},
+              {4099, 45, false, true, 2}};
+  int severalStrips = 0;
+  for (const auto& c : rows)
+  {
+    SCOPED_TRACE("case " + std::to_string(c.w) + " x " + std::to_string(c.h) + (c.alpha ? " RGBA" : " RGB") +
+                 (c.floatData ? " float" : " 16-bit") + ", threads " + std::to_string(c.threads));
+    Bitmap b;
+    Fill(b.bmp, c.w, c.h, c.alpha);
+    std::string error;
+    const std::string path = scratch.Path("p.tif"), one = scratch.Path("one.tiff");
+    ASSERT_TRUE(host::SaveBitmap(*b.bmp, path, c.floatData, &error, c.threads)) << error;
+    ASSERT_TRUE(host::SaveBitmap(*b.bmp, one, c.floatData, &error, 1)) << error;
+    EXPECT_TRUE(ScratchDir::Read(path) == ScratchDir::Read(one)) << "the same bytes on one thread";
+
+    auto in = OIIO::ImageInput::open(path);
+    ASSERT_TRUE(in) << OIIO::geterror();
+    const OIIO::ImageSpec& spec = in->spec();
+    const int channels = c.alpha ? 4 : 3;
+    ASSERT_EQ(std::vector<int>({spec.width, spec.height, spec.nchannels, spec.alpha_channel}),
+              std::vector<int>({c.w, c.h, channels, c.alpha ? 3 : -1}));
+    EXPECT_EQ(spec.format, c.floatData ? OIIO::TypeDesc::FLOAT : OIIO::TypeDesc::UINT16);
+    EXPECT_EQ(spec.get_int_attribute("oiio:UnassociatedAlpha"), 0) << "colours stay premultiplied, as they were";
+    severalStrips += spec.get_int_attribute("tiff:RowsPerStrip", c.h) < c.h;
+    const size_t count = size_t(c.w) * size_t(c.h) * size_t(channels);
+    std::vector<std::uint16_t> integers(c.floatData ? 0 : count);
+    std::vector<float> floats(c.floatData ? count : 0);
+    ASSERT_TRUE(in->read_image(0, 0, 0, channels, spec.format, c.floatData ? static_cast<void*>(floats.data()) : integers.data()))
+      << in->geterror();
+    Int32 wrong = 0;
+    for (Int32 y = 0; y < c.h; ++y)
+      for (Int32 x = 0; x < c.w; ++x)
+      {
+        Float32 argb[4];
+        Colour(x, y, argb);
+        for (int ch = 0; ch < channels; ++ch)
+        {
+          const float v = argb[ch < 3 ? ch + 1 : 0];
+          const size_t i = (size_t(y) * size_t(c.w) + size_t(x)) * size_t(channels) + size_t(ch);
+          const bool same = c.floatData ? (std::isnan(v) ? std::isnan(floats[i]) : floats[i] == v)
+                                        : integers[i] == (std::isnan(v) ? 0 : std::lround(std::clamp(v, 0.0f, 1.0f) * 65535.0f));
+          if (!same && ++wrong < 5)
+            ADD_FAILURE() << "pixel " << x << ", " << y << " channel " << ch << " for " << v << ": "
+                          << (c.floatData ? floats[i] : integers[i]);
+        }
+      }
+    EXPECT_EQ(wrong, 0);
+  }
+  EXPECT_GE(severalStrips, 4) << "pictures of several strips were written";
+  EXPECT_EQ(Files(), (std::vector<std::string>{"one.tiff", "p.tif"})) << "no temporary files left";
 }
 
 TEST_F(BitmapTest, RefusedWritesLeaveNothingAndKeepTheOldFile)
