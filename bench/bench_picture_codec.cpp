@@ -1,8 +1,10 @@
 // Picture encoding and decoding: PNG through OpenImageIO (libpng), libspng, zlib on strips in
 // parallel (the host's writer) and libdeflate on the whole image; PNG reading through the same;
-// OpenEXR and TIFF writing through OpenImageIO with one and two threads. Cases alternate run by
-// run and the median is printed, as the machine may be shared.
-//   orlix_picture_bench [--runs N] [--dome FILE.png] [--pano FILE.png]
+// OpenEXR and TIFF writing through OpenImageIO with one and two threads, and TIFF through the
+// host's writer. Cases alternate run by run and the median is printed, as the machine may be shared.
+//   orlix_picture_bench [--runs N] [--dome FILE] [--pano FILE] [--only TEXT]
+// A file given as OpenEXR gives the TIFF cases its float values, and the PNG cases them as bytes.
+// --only keeps the cases whose picture or name contains TEXT.
 // Without files, a 2048 x 2048 dome frame (alpha, black corners) and a 4096 x 2048 panorama are
 // made up: smooth colours with a little noise, as renders at one sample come out.
 #include <OpenImageIO/filesystem.h>
@@ -23,6 +25,7 @@
 #include <vector>
 
 #include "png_codec.h"
+#include "tiff_codec.h"
 
 namespace
 {
@@ -30,11 +33,12 @@ struct Picture
 {
   int w = 0, h = 0, channels = 0;
   std::vector<unsigned char> bytes; ///< straight alpha, as a PNG holds it
+  std::vector<float> floats;        ///< the file's own values, where it was read from one
 };
 
 Picture Dome(int size)
 {
-  Picture p{size, size, 4, std::vector<unsigned char>(size_t(size) * size * 4, 0)};
+  Picture p{size, size, 4, std::vector<unsigned char>(size_t(size) * size * 4, 0), {}};
   std::mt19937 random(7);
   std::uniform_int_distribution<int> noise(-3, 3);
   const double r = size / 2.0;
@@ -60,7 +64,7 @@ Picture Dome(int size)
 
 Picture Panorama(int w, int h)
 {
-  Picture p{w, h, 3, std::vector<unsigned char>(size_t(w) * h * 3)};
+  Picture p{w, h, 3, std::vector<unsigned char>(size_t(w) * h * 3), {}};
   std::mt19937 random(11);
   std::uniform_int_distribution<int> noise(-2, 2);
   for (int y = 0; y < h; ++y)
@@ -82,8 +86,13 @@ bool Load(const std::string& path, Picture& p)
   if (!in)
     return false;
   p.w = in->spec().width, p.h = in->spec().height, p.channels = in->spec().nchannels;
-  p.bytes.resize(size_t(p.w) * p.h * p.channels);
-  return in->read_image(0, 0, 0, p.channels, OIIO::TypeDesc::UINT8, p.bytes.data());
+  p.floats.resize(size_t(p.w) * p.h * p.channels);
+  if (!in->read_image(0, 0, 0, p.channels, OIIO::TypeDesc::FLOAT, p.floats.data()))
+    return false;
+  p.bytes.resize(p.floats.size());
+  for (size_t i = 0; i < p.floats.size(); ++i)
+    p.bytes[i] = static_cast<unsigned char>(std::lround(std::clamp(p.floats[i], 0.0f, 1.0f) * 255.0f));
+  return true;
 }
 
 size_t EncodeOiio(const Picture& p)
@@ -194,12 +203,11 @@ size_t DecodeHost(const std::string& path, std::vector<unsigned char>& out)
   return reader.Read(out.data()) == host::png::Reader::Result::Ok ? out.size() : 0;
 }
 
-/// A float frame through OpenImageIO, `rows` rows a call (0: the whole image at once).
+/// A float frame as OpenEXR through OpenImageIO, `rows` rows a call (0: the whole image at once).
 size_t WriteOiio(const std::vector<float>& frame, int w, int h, const std::string& path, int rows)
 {
   auto out = OIIO::ImageOutput::create(path);
-  const bool tiff = path.back() == 'f';
-  OIIO::ImageSpec format(w, h, 4, tiff ? OIIO::TypeDesc::UINT16 : OIIO::TypeDesc::FLOAT);
+  OIIO::ImageSpec format(w, h, 4, OIIO::TypeDesc::FLOAT);
   format.alpha_channel = 3;
   format.attribute("compression", "zip");
   bool ok = out->open(path, format);
@@ -208,6 +216,71 @@ size_t WriteOiio(const std::vector<float>& frame, int w, int h, const std::strin
     ok = out->write_scanlines(y, std::min(h, y + rows), 0, OIIO::TypeDesc::FLOAT, &frame[size_t(y) * w * 4]);
   ok = out->close() && ok;
   return ok ? size_t(OIIO::Filesystem::file_size(path)) : 0;
+}
+
+/// The picture as a float frame: a file's own values (a render written as OpenEXR), or for the
+/// made-up pictures continuous values as a render gives them, each byte dithered within its step.
+std::vector<float> Frame(const Picture& p)
+{
+  if (!p.floats.empty())
+    return p.floats;
+  std::vector<float> frame(p.bytes.size());
+  std::mt19937 random(5);
+  std::uniform_real_distribution<float> dither(-0.5f, 0.5f);
+  for (size_t i = 0; i < frame.size(); ++i)
+  {
+    const bool alpha = p.channels == 4 && i % 4 == 3;
+    frame[i] = std::clamp((p.bytes[i] + (alpha ? 0.0f : dither(random))) / 255.0f, 0.0f, 1.0f);
+  }
+  return frame;
+}
+
+/// A frame as a zip-compressed TIFF through OpenImageIO into memory, 64 rows a call, as the host
+/// wrote it: 16 bits (or floats with `floats`).
+size_t TiffOiio(const std::vector<float>& frame, int w, int h, int channels, bool floats)
+{
+  std::vector<unsigned char> bytes;
+  OIIO::Filesystem::IOVecOutput proxy(bytes);
+  auto out = OIIO::ImageOutput::create("tif");
+  OIIO::ImageSpec format(w, h, channels, floats ? OIIO::TypeDesc::FLOAT : OIIO::TypeDesc::UINT16);
+  format.alpha_channel = channels == 4 ? 3 : -1;
+  format.attribute("compression", "zip");
+  out->set_ioproxy(&proxy);
+  bool ok = out->open("memory.tif", format);
+  for (int y = 0; ok && y < h; y += 64)
+    ok = out->write_scanlines(y, std::min(h, y + 64), 0, OIIO::TypeDesc::FLOAT, &frame[size_t(y) * w * channels]);
+  return out->close() && ok ? bytes.size() : 0;
+}
+
+/// The same through the host's writer, values converted as the host converts them; the file's
+/// bytes in `file`.
+size_t TiffHost(const std::vector<float>& frame, int w, int h, int channels, bool floats, host::tiff::EncodeSettings settings,
+                std::vector<unsigned char>& file)
+{
+  file.clear();
+  const size_t values = size_t(w) * channels;
+  std::string error;
+  const bool ok = host::tiff::Encode(
+    w, h, channels, floats ? host::tiff::Sample::Float32 : host::tiff::Sample::UInt16, "bench",
+    [&](int y0, int y1, unsigned char* out) {
+      const float* in = &frame[values * y0];
+      if (floats)
+        std::memcpy(out, in, values * (y1 - y0) * 4);
+      else
+        for (size_t i = 0; i < values * (y1 - y0); ++i)
+        {
+          const auto v = static_cast<uint16_t>(std::lround(std::clamp(in[i], 0.0f, 1.0f) * 65535.0f));
+          std::memcpy(out + 2 * i, &v, 2);
+        }
+      return true;
+    },
+    [&](const void* data, size_t size, uint64_t at) {
+      file.resize(std::max<size_t>(file.size(), at + size));
+      std::memcpy(&file[at], data, size);
+      return true;
+    },
+    settings, error);
+  return ok ? file.size() : 0;
 }
 
 struct Case
@@ -227,7 +300,7 @@ struct Case
 int main(int argc, char** argv)
 {
   int runs = 5;
-  std::string domeFile, panoFile;
+  std::string domeFile, panoFile, only;
   for (int i = 1; i + 1 < argc; i += 2)
   {
     const std::string flag = argv[i];
@@ -237,9 +310,11 @@ int main(int argc, char** argv)
       domeFile = argv[i + 1];
     else if (flag == "--pano")
       panoFile = argv[i + 1];
+    else if (flag == "--only")
+      only = argv[i + 1];
     else
     {
-      std::fprintf(stderr, "usage: %s [--runs N] [--dome FILE.png] [--pano FILE.png]\n", argv[0]);
+      std::fprintf(stderr, "usage: %s [--runs N] [--dome FILE.png] [--pano FILE.png] [--only TEXT]\n", argv[0]);
       return 2;
     }
   }
@@ -303,22 +378,59 @@ int main(int argc, char** argv)
     cases.push_back({what, "libspng", 1, [&, file = file] { return DecodeSpng(file, decoded); }});
     cases.push_back({what, "libdeflate + own unfilter", 1, [&, file = file] { return DecodeHost(file, decoded); }});
   }
-  // OpenEXR and TIFF: the dome as floats, written 64 rows a call as the host did, or all at once.
-  std::vector<float> frame(dome.bytes.size());
-  for (size_t i = 0; i < frame.size(); ++i)
-    frame[i] = dome.bytes[i] / 255.0f;
-  for (const char* ext : {"exr", "tif"})
-    for (const int threads : {1, 2})
-      for (const int rows : {64, 0})
+  // OpenEXR: the dome as floats, written 64 rows a call as the host does, or all at once.
+  const std::vector<float> frame = Frame(dome), panoFrame = Frame(pano);
+  for (const int threads : {1, 2})
+    for (const int rows : {64, 0})
       {
-        const std::string path = dir + "/frame." + ext;
-        cases.push_back({"2048x2048 RGBA float", std::string(ext) + " zip, " + (rows ? "64 rows a call" : "whole image"), threads,
+        const std::string path = dir + "/frame.exr";
+        cases.push_back({"2048x2048 RGBA float", std::string("exr zip, ") + (rows ? "64 rows a call" : "whole image"), threads,
                          [&frame, path, rows, threads] {
                            OIIO::attribute("threads", threads);
                            OIIO::attribute("exr_threads", threads);
                            return WriteOiio(frame, 2048, 2048, path, rows);
                          }});
       }
+  // TIFF through OpenImageIO (libtiff, one strip after another) and through the host's writer,
+  // which must store what OpenImageIO reads back as the values it was given.
+  std::vector<unsigned char> tiffFile;
+  using host::tiff::Predictor;
+  for (const auto& [f, p] : {std::pair{&frame, &dome}, {&panoFrame, &pano}})
+    for (const bool floats : {false, true})
+    {
+      const std::vector<float>& values = *f;
+      const int w = p->w, h = p->h, n = p->channels;
+      const std::string what = std::to_string(w) + "x" + std::to_string(h) + (n == 4 ? " RGBA" : " RGB") + (floats ? " float" : " 16-bit");
+      host::tiff::EncodeSettings check{2, floats ? Predictor::FloatingPoint : Predictor::Horizontal, 2};
+      std::vector<float> back(values.size());
+      TiffHost(values, w, h, n, floats, check, tiffFile);
+      OIIO::Filesystem::IOMemReader reader(tiffFile.data(), tiffFile.size());
+      auto in = OIIO::ImageInput::open("memory.tif", nullptr, &reader);
+      bool same = in && in->read_image(0, 0, 0, n, OIIO::TypeDesc::FLOAT, back.data());
+      for (size_t i = 0; same && i < values.size(); ++i)
+        same = floats ? back[i] == values[i] : std::lround(back[i] * 65535.0f) == std::lround(std::clamp(values[i], 0.0f, 1.0f) * 65535.0f);
+      if (!same)
+      {
+        std::fprintf(stderr, "%s: the host's TIFF reads back wrong\n", what.c_str());
+        return 1;
+      }
+      cases.push_back({what, "TIFF, OIIO/libtiff, zip", 1, [&values, w, h, n, floats] { return TiffOiio(values, w, h, n, floats); }});
+      std::vector<std::pair<Predictor, int>> kinds = {{Predictor::Horizontal, 1}, {Predictor::Horizontal, 2}, {Predictor::Horizontal, 4},
+                                                      {Predictor::Horizontal, 6}, {Predictor::None, 2}};
+      if (floats)
+        kinds = {{Predictor::FloatingPoint, 2}, {Predictor::FloatingPoint, 4}, {Predictor::FloatingPoint, 6}, {Predictor::None, 4},
+                 {Predictor::Horizontal, 4}};
+      for (const int threads : {1, 2})
+        for (const auto& [predictor, level] : kinds)
+          cases.push_back({what, "TIFF, host, predictor " + std::to_string(int(predictor)) + ", level " + std::to_string(level), threads,
+                           [&values, &tiffFile, w, h, n, floats, predictor = predictor, level = level, threads] {
+                             return TiffHost(values, w, h, n, floats, {level, predictor, threads}, tiffFile);
+                           }});
+    }
+  if (!only.empty())
+    cases.erase(std::remove_if(cases.begin(), cases.end(),
+                               [&](const Case& c) { return (c.picture + " " + c.name).find(only) == std::string::npos; }),
+                cases.end());
 
   for (int run = 0; run < runs; ++run)
     for (Case& c : cases)

@@ -1,10 +1,11 @@
-// Writing pictures to disk, by way of a temporary file and a rename: PNG through our own
-// encoder, which deflates on every thread, the other formats through OpenImageIO.
+// Writing pictures to disk, by way of a temporary file and a rename: PNG and TIFF through our own
+// encoders, which deflate on every thread, the other formats through OpenImageIO.
 #include "bitmap_io.h"
 
 #include "pending_file.h"
 #include "picture_library.h"
 #include "png_codec.h"
+#include "tiff_codec.h"
 
 #include <algorithm>
 #include <cctype>
@@ -64,7 +65,7 @@ public:
   }
   size_t pwrite(const void* buf, size_t count, int64_t offset) override
   {
-    // Writers that go back (TIFF, OpenEXR) get no block; JPEG streams.
+    // Writers that go back (OpenEXR) get no block; JPEG streams.
     return spliced && file.WriteAt(buf, count, offset + shift) ? count : 0;
   }
   size_t read(void* buf, size_t count) override
@@ -272,6 +273,43 @@ Bool WritePng(const BaseBitmap& bmp, const std::string& chunks, Int32 threads, c
   return png::Encode(w, bmp.GetBh(), channels, chunks, rows, sink, settings, err);
 }
 
+/// `bmp` as a TIFF through `write`: 16-bit values rounded as ConvertRow rounds them, or the floats
+/// as they are, colours as the bitmap holds them (premultiplied, as the file's alpha says).
+Bool WriteTiff(const BaseBitmap& bmp, Bool floatData, Int32 threads, const tiff::Writer& write, std::string& err)
+{
+  const Int32 w = bmp.GetBw();
+  const int channels = bmp.HasAlpha() ? 4 : 3;
+  const size_t rowBytes = size_t(w) * size_t(channels) * (floatData ? 4 : 2);
+  const tiff::RowSource rows = [&](int y0, int y1, unsigned char* out) {
+    try
+    {
+      std::vector<float> row(size_t(w) * 4);
+      for (int y = y0; y < y1; ++y, out += rowBytes)
+      {
+        bmp.GetPixelCnt(0, y, w, reinterpret_cast<UChar*>(row.data()), 16, COLORMODE_ARGBf);
+        if (floatData)
+          ConvertRow(row.data(), w, channels, reinterpret_cast<float*>(out), channels, 0.0f);
+        else
+          ConvertRow(row.data(), w, channels, reinterpret_cast<std::uint16_t*>(out), channels, 65535.0f);
+      }
+      return true;
+    }
+    catch (const std::bad_alloc&)
+    {
+      return false;
+    }
+  };
+  // Level 4: 2-3 % larger than OpenImageIO's level 6 made them, in about half its time on one
+  // thread; level 2 is faster again but 12-16 % larger.
+  tiff::EncodeSettings settings;
+  settings.level = 4;
+  // The floats' bytes in planes pack renders 16-25 % smaller than the plain floats, in about the same time.
+  settings.predictor = floatData ? tiff::Predictor::FloatingPoint : tiff::Predictor::Horizontal;
+  settings.threads = threads;
+  return tiff::Encode(w, bmp.GetBh(), channels, floatData ? tiff::Sample::Float32 : tiff::Sample::UInt16,
+                      std::string("orlixcam ") + HOST_VERSION, rows, write, settings, err);
+}
+
 Bool Save(const std::vector<const BaseBitmap*>& bitmaps, const std::vector<std::string>& viewNames,
           const std::string& path, const SaveOptions& options, std::string& err)
 {
@@ -304,6 +342,19 @@ Bool Save(const std::vector<const BaseBitmap*>& bitmaps, const std::vector<std::
     std::string why;
     const auto sink = [&](const void* data, size_t size) { return file.Write(data, size); };
     if (!WritePng(*bitmaps.front(), xmp, options.threads, sink, why) || !file.Commit())
+    {
+      err = path + ": " + (file.Problem().empty() ? "writing failed: " + why : file.Problem());
+      return false;
+    }
+    return true;
+  }
+  if (ext == ".tif" || ext == ".tiff")
+  {
+    std::string why;
+    const auto write = [&](const void* data, size_t size, uint64_t offset) {
+      return file.WriteAt(data, size, static_cast<off_t>(offset));
+    };
+    if (!WriteTiff(*bitmaps.front(), options.floatData, options.threads, write, why) || !file.Commit())
     {
       err = path + ": " + (file.Problem().empty() ? "writing failed: " + why : file.Problem());
       return false;

@@ -14,7 +14,8 @@ namespace host
 /// Saves `bmp` in the format its name's extension says: .png or .jpg/.jpeg (8 bits a channel,
 /// JPEG without alpha), .tif or .tiff
 /// (16 bits, or 32-bit float with `floatData`), .exr (32-bit float). The alpha channel goes along
-/// where the picture has one. The picture is written under a temporary name beside `path` and
+/// where the picture has one (in TIFF as associated alpha, the colours premultiplied as the bitmap
+/// holds them). The picture is written under a temporary name beside `path` and
 /// renamed over it at the end, so `path` never holds half a picture. Pixels are converted to the
 /// file's type on `threads` threads (0: every core). False with `error` set.
 Bool SaveBitmap(const BaseBitmap& bmp, const std::string& path, Bool floatData, std::string* error,
@@ -30,7 +31,7 @@ struct SaveOptions
   Int32 quality = 90;              ///< JPEG: 1 to 100
   /// An XMP packet for the file's metadata, in JPEG (an APP1 segment) and PNG (an iTXt chunk).
   std::string xmp;
-  /// Header attributes by OpenImageIO's names, for the formats that keep them.
+  /// Header attributes by OpenImageIO's names, for the formats OpenImageIO writes (OpenEXR, JPEG).
   OIIO::ParamValueList attributes;
 };
 

@@ -1,17 +1,15 @@
 // PNG writing with strips deflated in parallel, and reading with one inflate of the whole image.
 #include "png_codec.h"
 
+#include "deflate_strips.h"
+
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
 
 #include <libdeflate.h>
-#include <tbb/blocked_range.h>
-#include <tbb/parallel_for.h>
-#include <tbb/task_arena.h>
 #include <zlib.h>
 
 namespace host::png
@@ -86,33 +84,6 @@ void FilterAdaptive(const unsigned char* raw, const unsigned char* prev, size_t 
   }
 }
 
-/// One strip's filtered rows deflated as a raw run that ends on a byte boundary (a sync flush),
-/// or that ends the stream; with the Adler-32 of the uncompressed bytes.
-struct Strip
-{
-  std::vector<unsigned char> packed;
-  uLong adler = 0;
-  size_t rawSize = 0;
-};
-
-bool DeflateStrip(const std::vector<unsigned char>& in, bool last, int level, Strip& strip)
-{
-  z_stream z{};
-  if (deflateInit2(&z, level, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY) != Z_OK)
-    return false;
-  strip.packed.resize(deflateBound(&z, in.size()) + 16);
-  z.next_in = const_cast<Bytef*>(in.data());
-  z.avail_in = static_cast<uInt>(in.size());
-  z.next_out = strip.packed.data();
-  z.avail_out = static_cast<uInt>(strip.packed.size());
-  const int status = deflate(&z, last ? Z_FINISH : Z_SYNC_FLUSH);
-  const bool ok = (last ? status == Z_STREAM_END : status == Z_OK) && z.avail_in == 0;
-  strip.packed.resize(strip.packed.size() - z.avail_out);
-  deflateEnd(&z);
-  strip.adler = adler32(adler32(0, nullptr, 0), in.data(), static_cast<uInt>(in.size()));
-  strip.rawSize = in.size();
-  return ok;
-}
 } // namespace
 
 void PutBigEndian(std::string& out, uint32_t value, int bytes)
@@ -154,85 +125,39 @@ bool Encode(int w, int h, int channels, const std::string& chunks, const RowSour
   }
 
   const size_t rowBytes = static_cast<size_t>(w) * static_cast<size_t>(channels);
-  const int stripRows = static_cast<int>(std::clamp<size_t>(kStripBytes / (rowBytes + 1), 1, static_cast<size_t>(h)));
-  const int threads = settings.threads > 0 ? settings.threads : tbb::this_task_arena::max_concurrency();
-  // A band of strips at a time: every thread busy, and memory bounded whatever the height.
-  const int bandStrips = std::max(1, threads) * 2;
-  const int strips = (h + stripRows - 1) / stripRows;
-  tbb::task_arena arena(settings.threads > 0 ? settings.threads : tbb::task_arena::automatic);
-  std::vector<unsigned char> raw, above(rowBytes, 0);
-  std::vector<Strip> packed;
-  try
-  {
-    raw.resize(rowBytes * static_cast<size_t>(stripRows) * static_cast<size_t>(bandStrips));
-    packed.resize(static_cast<size_t>(bandStrips));
-  }
-  catch (const std::bad_alloc&)
-  {
-    error = "out of memory";
-    return false;
-  }
+  const int stripRows = strips::StripRows(rowBytes + 1, kStripBytes, h);
+  const int last = (h + stripRows - 1) / stripRows - 1;
+  const auto pack = [&](int s, int count, const unsigned char* raw, const unsigned char* above, strips::Strip& strip) {
+    std::vector<unsigned char> filtered((rowBytes + 1) * static_cast<size_t>(count)), scratch(rowBytes + 1);
+    for (int y = 0; y < count; ++y)
+    {
+      const unsigned char* row = raw + rowBytes * static_cast<size_t>(y);
+      unsigned char* out = filtered.data() + (rowBytes + 1) * static_cast<size_t>(y);
+      if (settings.filter == Filter::Adaptive)
+        FilterAdaptive(row, y == 0 ? above : row - rowBytes, rowBytes, channels, out, scratch.data());
+      else
+        FilterRow(static_cast<int>(settings.filter), row, y == 0 ? above : row - rowBytes, rowBytes, channels, out);
+    }
+    // Each strip a raw run ended by a sync flush (the last by the stream's end), joined under one header.
+    strip.check = static_cast<uint32_t>(adler32(adler32(0, nullptr, 0), filtered.data(), static_cast<uInt>(filtered.size())));
+    strip.rawSize = filtered.size();
+    return strips::Deflate(filtered.data(), filtered.size(), settings.level, s == last ? strips::Stream::RawEnd : strips::Stream::RawFlush,
+                           strip.bytes);
+  };
   uLong adler = adler32(0, nullptr, 0);
-  const int level = std::clamp(settings.level, 1, 9);
-  for (int s0 = 0; s0 < strips; s0 += bandStrips)
-  {
-    const int s1 = std::min(strips, s0 + bandStrips), y0 = s0 * stripRows, y1 = std::min(h, s1 * stripRows);
-    std::atomic<bool> ok{true};
-    arena.execute([&] {
-      tbb::parallel_for(tbb::blocked_range<int>(y0, y1, 16), [&](const tbb::blocked_range<int>& r) {
-        if (!rows(r.begin(), r.end(), raw.data() + rowBytes * static_cast<size_t>(r.begin() - y0)))
-          ok = false;
-      });
-      if (!ok)
-        return;
-      tbb::parallel_for(s0, s1, [&](int s) {
-        const int a = s * stripRows, b = std::min(h, a + stripRows);
-        try
-        {
-          std::vector<unsigned char> filtered((rowBytes + 1) * static_cast<size_t>(b - a)), scratch(rowBytes + 1);
-          for (int y = a; y < b; ++y)
-          {
-            const unsigned char* row = raw.data() + rowBytes * static_cast<size_t>(y - y0);
-            const unsigned char* prev = y == y0 ? above.data() : row - rowBytes;
-            unsigned char* out = filtered.data() + (rowBytes + 1) * static_cast<size_t>(y - a);
-            if (settings.filter == Filter::Adaptive)
-              FilterAdaptive(row, prev, rowBytes, channels, out, scratch.data());
-            else
-              FilterRow(static_cast<int>(settings.filter), row, prev, rowBytes, channels, out);
-          }
-          if (!DeflateStrip(filtered, s == strips - 1, level, packed[static_cast<size_t>(s - s0)]))
-            ok = false;
-        }
-        catch (const std::bad_alloc&)
-        {
-          ok = false;
-        }
-      });
-    });
-    if (!ok)
-    {
-      error = "encoding failed (out of memory, or the picture's rows could not be had)";
-      return false;
-    }
-    std::memcpy(above.data(), raw.data() + rowBytes * static_cast<size_t>(y1 - 1 - y0), rowBytes);
-    for (int s = s0; s < s1; ++s)
-    {
-      Strip& strip = packed[static_cast<size_t>(s - s0)];
-      adler = adler32_combine(adler, strip.adler, static_cast<z_off_t>(strip.rawSize));
-      std::string data;
-      if (s == 0) // the zlib header: deflate with a 32 KiB window, a fast level
-        data = std::string{0x78, 0x5e};
-      data.append(reinterpret_cast<const char*>(strip.packed.data()), strip.packed.size());
-      if (s == strips - 1)
-        PutBigEndian(data, static_cast<uint32_t>(adler), 4);
-      const std::string chunk = Chunk("IDAT", data.data(), data.size());
-      if (!sink(chunk.data(), chunk.size()))
-      {
-        error = "writing failed";
-        return false;
-      }
-    }
-  }
+  const auto put = [&](int s, const strips::Strip& strip) {
+    adler = adler32_combine(adler, strip.check, static_cast<z_off_t>(strip.rawSize));
+    std::string data;
+    if (s == 0) // the zlib header: deflate with a 32 KiB window, a fast level
+      data = std::string{0x78, 0x5e};
+    data.append(reinterpret_cast<const char*>(strip.bytes.data()), strip.bytes.size());
+    if (s == last)
+      PutBigEndian(data, static_cast<uint32_t>(adler), 4);
+    const std::string chunk = Chunk("IDAT", data.data(), data.size());
+    return sink(chunk.data(), chunk.size());
+  };
+  if (!strips::Encode(h, rowBytes, stripRows, settings.threads, rows, pack, put, error))
+    return false;
   const std::string end = Chunk("IEND", nullptr, 0);
   if (!sink(end.data(), end.size()))
   {
