@@ -106,22 +106,24 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
   // other format through OpenImageIO.
   host::png::Reader png;
   host::tiff::Reader tif;
-  const host::png::Reader::Result kind = png.Open(path);
-  if (kind == host::png::Reader::Result::Failed)
-    return IMAGERESULT_WRONGTYPE;
-  const Bool ownPng = kind == host::png::Reader::Result::Ok;
-  const host::tiff::Reader::Result tiffKind = ownPng ? host::tiff::Reader::Result::Other : tif.Open(path);
-  if (tiffKind == host::tiff::Reader::Result::Failed)
-    return IMAGERESULT_WRONGTYPE;
-  const Bool ownTiff = tiffKind == host::tiff::Reader::Result::Ok;
+  host::FileReader* own = nullptr;
+  for (host::FileReader* reader : {static_cast<host::FileReader*>(&png), static_cast<host::FileReader*>(&tif)})
+  {
+    const host::FileReader::Result kind = reader->Open(path);
+    if (kind == host::FileReader::Result::Failed)
+      return IMAGERESULT_WRONGTYPE;
+    if (kind == host::FileReader::Result::Ok)
+    {
+      own = reader;
+      break;
+    }
+  }
   std::unique_ptr<host::pictures::Reader> in;
   host::pictures::Header format;
-  if (ownPng || ownTiff)
+  if (own)
   {
-    format.width = ownPng ? png.Width() : tif.Width();
-    format.height = ownPng ? png.Height() : tif.Height();
-    format.channels = ownPng ? png.Channels() : tif.Channels();
-    format.format = (ownPng ? png.Depth() : tif.Depth()) == 8 ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::UINT16;
+    format.width = own->Width(), format.height = own->Height(), format.channels = own->Channels();
+    format.format = own->Depth() == 8 ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::UINT16;
   }
   else
   {
@@ -146,10 +148,8 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 /*frame*/, Bool* ismovi
   const int colourChannels = alphaChannel >= 0 ? channels - 1 : channels;
   auto read = [&](auto& values, OIIO::TypeDesc type) {
     values.resize(count * static_cast<std::size_t>(channels));
-    if (ownPng)
-      return png.Read(values.data()) == host::png::Reader::Result::Ok;
-    if (ownTiff)
-      return tif.Read(values.data()) == host::tiff::Reader::Result::Ok;
+    if (own)
+      return own->Read(values.data()) == host::FileReader::Result::Ok;
     if (in->ReadRows(format.y, format.y + format.height, type, values.data()))
       return true;
     (void)in->Error();

@@ -215,18 +215,6 @@ bool Unfilter(const unsigned char* rows, int h, size_t n, int bpp, unsigned char
 }
 } // namespace
 
-Reader::~Reader()
-{
-  if (file)
-    std::fclose(file);
-}
-
-Reader::Result Reader::Fail(const std::string& what)
-{
-  error = what;
-  return Result::Failed;
-}
-
 Reader::Result Reader::Open(const std::string& path)
 {
   file = std::fopen(path.c_str(), "rb");

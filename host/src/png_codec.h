@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "file_reader.h"
+
 namespace host::png
 {
 /// Appends `value` as `bytes` bytes, most significant first, as PNG and JPEG store their lengths.
@@ -47,41 +49,18 @@ using Sink = std::function<bool(const void* data, size_t size)>;
 bool Encode(int w, int h, int channels, const std::string& chunks, const RowSource& rows, const Sink& sink,
             const EncodeSettings& settings, std::string& error);
 
-/// A PNG file being read: `Open` reads its header, `Read` the pixels.
-class Reader
+/// A PNG file being read. Other for a file that is no PNG, or a kind left to others (palettes,
+/// fewer than 8 bits, interlacing, a transparency key, alpha with a colour space).
+class Reader final : public FileReader
 {
 public:
-  Reader() = default;
-  Reader(const Reader&) = delete;
-  Reader& operator=(const Reader&) = delete;
-  ~Reader();
-
-  enum class Result
-  {
-    Ok,
-    Other,  ///< a PNG of a kind this reader leaves to others (palette, interlaced, transparency key...)
-    Failed, ///< a broken PNG: `Error()` says what
-  };
-  /// Reads the header and finds the chunks; Other for a file that is no PNG.
-  Result Open(const std::string& path);
-  int Width() const { return width; }
-  int Height() const { return height; }
-  int Channels() const { return channels; }
-  int Depth() const { return depth; } ///< 8 or 16 bits a value
-  /// The values, channels interleaved, colours premultiplied by alpha where there is one (as
-  /// OpenImageIO hands them out); for 8-bit files.
-  Result Read(unsigned char* out);
-  /// As above for 16-bit files, as 0 to 1.
-  Result Read(float* out);
-  const std::string& Error() const { return error; }
+  Result Open(const std::string& path) override;
+  Result Read(unsigned char* out) override;
+  Result Read(float* out) override;
 
 private:
-  Result Fail(const std::string& what);
   Result Inflate(std::vector<unsigned char>& rows);
 
-  std::FILE* file = nullptr;
   std::vector<std::pair<long, uint32_t>> idat; ///< where each chunk of pixels starts, and its size
-  int width = 0, height = 0, channels = 0, depth = 0;
-  std::string error;
 };
 } // namespace host::png

@@ -1,5 +1,6 @@
 // TIFF writing: strips predicted and deflated in parallel, written in order, the directory last.
 #include "tiff_codec.h"
+#include "tiff_tags.h"
 
 #include "deflate_strips.h"
 
@@ -155,27 +156,27 @@ bool Encode(int w, int h, int channels, Sample sample, const std::string& softwa
   const auto fields = [&](bool big) {
     const uint64_t bits = valueBytes * 8, format = sample == Sample::UInt16 ? 1 : 3;
     std::vector<Field> f = {
-      Numbers(256, kLong, {static_cast<uint64_t>(w)}), // ImageWidth
-      Numbers(257, kLong, {static_cast<uint64_t>(h)}), // ImageLength
-      Numbers(258, kShort, std::vector<uint64_t>(static_cast<size_t>(channels), bits)), // BitsPerSample
-      Numbers(259, kShort, {8}), // Compression: Deflate
-      Numbers(262, kShort, {2}), // PhotometricInterpretation: RGB
-      Numbers(273, big ? kLong8 : kLong, offsets), // StripOffsets
-      Numbers(274, kShort, {1}), // Orientation: top left
-      Numbers(277, kShort, {static_cast<uint64_t>(channels)}), // SamplesPerPixel
-      Numbers(278, kLong, {static_cast<uint64_t>(stripRows)}), // RowsPerStrip
-      Numbers(279, kLong, counts), // StripByteCounts
-      Numbers(282, kRational, {72, 1}), // XResolution
-      Numbers(283, kRational, {72, 1}), // YResolution
-      Numbers(284, kShort, {1}), // PlanarConfiguration: interleaved
-      Numbers(296, kShort, {2}), // ResolutionUnit: inch
-      Field{305, kAscii, software.size() + 1, software + '\0'}, // Software
+      Numbers(kWidth, kLong, {static_cast<uint64_t>(w)}),
+      Numbers(kHeight, kLong, {static_cast<uint64_t>(h)}),
+      Numbers(kBitsPerSample, kShort, std::vector<uint64_t>(static_cast<size_t>(channels), bits)),
+      Numbers(kCompression, kShort, {8}), // Deflate
+      Numbers(kPhotometric, kShort, {2}), // RGB
+      Numbers(kStripOffsets, big ? kLong8 : kLong, offsets),
+      Numbers(kOrientation, kShort, {1}), // top left
+      Numbers(kSamplesPerPixel, kShort, {static_cast<uint64_t>(channels)}),
+      Numbers(kRowsPerStrip, kLong, {static_cast<uint64_t>(stripRows)}),
+      Numbers(kStripByteCounts, kLong, counts),
+      Numbers(kXResolution, kRational, {72, 1}),
+      Numbers(kYResolution, kRational, {72, 1}),
+      Numbers(kPlanarConfig, kShort, {1}), // interleaved
+      Numbers(kResolutionUnit, kShort, {2}), // inch
+      Field{kSoftware, kAscii, software.size() + 1, software + '\0'},
     };
     if (settings.predictor != Predictor::None)
-      f.push_back(Numbers(317, kShort, {static_cast<uint64_t>(settings.predictor)})); // Predictor
+      f.push_back(Numbers(kPredictor, kShort, {static_cast<uint64_t>(settings.predictor)}));
     if (channels == 4)
-      f.push_back(Numbers(338, kShort, {1})); // ExtraSamples: associated alpha, colours premultiplied
-    f.push_back(Numbers(339, kShort, std::vector<uint64_t>(static_cast<size_t>(channels), format))); // SampleFormat
+      f.push_back(Numbers(kExtraSamples, kShort, {1})); // associated alpha: colours premultiplied
+    f.push_back(Numbers(kSampleFormat, kShort, std::vector<uint64_t>(static_cast<size_t>(channels), format)));
     return f;
   };
   std::string dir = Directory(fields(false), false, at);

@@ -1,5 +1,6 @@
 // TIFF strips read with one libdeflate call each.
 #include "tiff_reader.h"
+#include "tiff_tags.h"
 
 #include <algorithm>
 #include <cstring>
@@ -11,37 +12,8 @@ namespace host::tiff
 {
 namespace
 {
-enum Tag : uint16_t
-{
-  kWidth = 256,
-  kHeight = 257,
-  kBitsPerSample = 258,
-  kCompression = 259,
-  kPhotometric = 262,
-  kStripOffsets = 273,
-  kSamplesPerPixel = 277,
-  kRowsPerStrip = 278,
-  kStripByteCounts = 279,
-  kPlanarConfig = 284,
-  kPredictor = 317,
-  kTileWidth = 322,
-  kExtraSamples = 338,
-  kSampleFormat = 339,
-};
 constexpr uint32_t kMaxEntries = 4096;
 } // namespace
-
-Reader::~Reader()
-{
-  if (file)
-    std::fclose(file);
-}
-
-Reader::Result Reader::Fail(const std::string& what)
-{
-  error = what;
-  return Result::Failed;
-}
 
 uint32_t Reader::Value(const unsigned char* p, int bytes) const
 {
