@@ -85,7 +85,8 @@ bool Load(const std::string& path, Picture& p)
   auto in = OIIO::ImageInput::open(path, &config);
   if (!in)
     return false;
-  p.w = in->spec().width, p.h = in->spec().height, p.channels = in->spec().nchannels;
+  const OIIO::ImageSpec head = in->spec_dimensions(0);
+  p.w = head.width, p.h = head.height, p.channels = head.nchannels;
   p.floats.resize(size_t(p.w) * p.h * p.channels);
   if (!in->read_image(0, 0, 0, p.channels, OIIO::TypeDesc::FLOAT, p.floats.data()))
     return false;
@@ -172,7 +173,7 @@ size_t EncodeLibdeflate(const Picture& p, int level)
 size_t DecodeOiio(const std::string& path, std::vector<unsigned char>& out)
 {
   auto in = OIIO::ImageInput::open(path);
-  const OIIO::ImageSpec& s = in->spec();
+  const OIIO::ImageSpec s = in->spec_dimensions(0);
   out.resize(size_t(s.width) * s.height * s.nchannels);
   return in->read_image(0, 0, 0, s.nchannels, OIIO::TypeDesc::UINT8, out.data()) ? out.size() : 0;
 }
