@@ -1,7 +1,6 @@
 """The studio's page in headless Chromium: the panel follows the host's model, the pad, the menu with
 undo and redo, and a render with its progress."""
 import os
-import shutil
 import sys
 import unittest
 import urllib.request
@@ -60,8 +59,7 @@ class StudioPage(unittest.TestCase):
 
     @classmethod
     def tearDownClass(cls):
-        cls.driver.quit()
-        shutil.rmtree(cls.profile, ignore_errors=True)
+        s.stop_browser(cls.driver, cls.profile)
 
     def setUp(self):
         self.studio = s.Studio("stereo_anaglyph_dome.json")

@@ -5,7 +5,6 @@ open, in headless Chromium at 1400 x 900.
 """
 import io
 import os
-import shutil
 import sys
 
 import studio_support as s
@@ -47,8 +46,7 @@ def main():
                                               "return v.complete && v.naturalWidth > 0"))
         png = driver.get_screenshot_as_png()
     finally:
-        driver.quit()
-        shutil.rmtree(profile, ignore_errors=True)
+        s.stop_browser(driver, profile)
         studio.stop()
     try:
         # A palette keeps the picture small for the docs; without Pillow it stays as the browser made it.

@@ -12,6 +12,7 @@ import subprocess
 import sys
 import tempfile
 import threading
+import time
 import unittest
 
 # Generous: the machine running the suite may be busy with builds and other tests.
@@ -86,7 +87,7 @@ class Studio:
         self.log.close()
         code = self.proc.returncode
         self.exit_log = self.log_text() if code else ""
-        shutil.rmtree(self.folder, ignore_errors=True)
+        remove_folder(self.folder)
         return code
 
     def stop_cleanly(self, test):
@@ -190,6 +191,23 @@ def browser_missing():
         if not os.access(path, os.X_OK):
             return f"{path} is missing (chromium, chromium-driver)"
     return None
+
+
+def remove_folder(path):
+    """Removes `path` and all it holds. A process that has just ended (Chromium's helpers after
+    quit) may still write into it for a moment, so the removal goes on until the folder is gone."""
+    deadline = time.monotonic() + WAIT
+    while os.path.exists(path):
+        shutil.rmtree(path, ignore_errors=True)
+        if time.monotonic() > deadline:
+            break
+        time.sleep(0.1)
+
+
+def stop_browser(driver, profile):
+    """Quits the browser of start_browser and removes its profile."""
+    driver.quit()
+    remove_folder(profile)
 
 
 def start_browser(width=1400, height=900):
