@@ -231,6 +231,31 @@ Bool BaseBitmap::GetPixelCnt(Int32 x, Int32 y, Int32 cnt, UChar* buffer, Int32 i
     std::fill(out + 3 * (s1 - begin), out + 3 * cnt, 0.0f);
     return true;
   }
+  if (mode == COLORMODE_ARGBf && inc == 16 && isFloat && !made)
+  {
+    // Whole rows with alpha, as the writers read them: the same values as the loop below, by spans.
+    Float32* out = reinterpret_cast<Float32*>(buffer);
+    const Int64 begin = x, end = begin + cnt;
+    const bool rowInside = y >= 0 && y < height;
+    const Int64 inside0 = rowInside ? std::max<Int64>(begin, 0) : end, inside1 = rowInside ? std::min<Int64>(end, width) : end;
+    const bool rowStored = y >= storeY && y < storeY + storeH;
+    const Int64 s0 = rowStored ? std::max<Int64>(begin, storeX) : end, s1 = rowStored ? std::min<Int64>(end, storeX + storeW) : end;
+    const std::ptrdiff_t first = s0 < s1 ? StoredAt(s0, y) : 0;
+    for (Int64 cx = begin; cx < end; ++cx, out += 4)
+    {
+      if (cx >= s0 && cx < s1)
+      {
+        const std::size_t at = static_cast<std::size_t>(first + (cx - s0));
+        out[0] = hasAlpha ? alpha[at] : 1.0f;
+        std::memcpy(out + 1, &rgb[at * 3u], 12);
+        continue;
+      }
+      // Inside the picture but outside what a crop kept: transparent black, as it was before the crop.
+      out[0] = hasAlpha && cx >= inside0 && cx < inside1 ? 0.0f : 1.0f;
+      out[1] = out[2] = out[3] = 0.0f;
+    }
+    return true;
+  }
   for (Int32 i = 0; i < cnt; ++i)
   {
     Float32 px[4] = {1.0f, 0.0f, 0.0f, 0.0f}; // a, r, g, b

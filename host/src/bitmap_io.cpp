@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -41,6 +42,28 @@ void ConvertRow(const float* argb, Int32 w, int channels, T* out, int stride, fl
       else
         out[c] = static_cast<T>(std::lround((v > 0.0f ? (v < 1.0f ? v : 1.0f) : 0.0f) * scale));
     }
+}
+
+/// Rows [y0, y1) of `bmp` into `out` as the file's values of type T, `channels` of them a pixel
+/// (the alpha fourth), `rowBytes` a row; false without memory.
+template <typename T>
+bool ConvertRows(const BaseBitmap& bmp, int y0, int y1, int channels, float scale, unsigned char* out, size_t rowBytes)
+{
+  try
+  {
+    const Int32 w = bmp.GetBw();
+    std::vector<float> row(size_t(w) * 4);
+    for (int y = y0; y < y1; ++y, out += rowBytes)
+    {
+      bmp.GetPixelCnt(0, y, w, reinterpret_cast<UChar*>(row.data()), 16, COLORMODE_ARGBf);
+      ConvertRow(row.data(), w, channels, reinterpret_cast<T*>(out), channels, scale);
+    }
+    return true;
+  }
+  catch (const std::bad_alloc&)
+  {
+    return false;
+  }
 }
 
 /// The encoder's bytes go through this into the pending file, so that every write is checked:
@@ -246,23 +269,12 @@ Bool WritePng(const BaseBitmap& bmp, const std::string& chunks, Int32 threads, c
   const int channels = bmp.HasAlpha() ? 4 : 3;
   const size_t rowBytes = size_t(w) * size_t(channels);
   const png::RowSource rows = [&](int y0, int y1, unsigned char* out) {
-    try
-    {
-      std::vector<float> row(size_t(w) * 4);
-      for (int y = y0; y < y1; ++y, out += rowBytes)
-      {
-        bmp.GetPixelCnt(0, y, w, reinterpret_cast<UChar*>(row.data()), 16, COLORMODE_ARGBf);
-        ConvertRow(row.data(), w, channels, out, channels, 255.0f);
-        for (unsigned char* px = out; channels == 4 && px < out + rowBytes; px += 4)
-          for (int c = 0; c < 3 && px[3] != 0; ++c)
-            px[c] = static_cast<unsigned char>(std::min(255u, px[c] * 255u / px[3]));
-      }
-      return true;
-    }
-    catch (const std::bad_alloc&)
-    {
+    if (!ConvertRows<unsigned char>(bmp, y0, y1, channels, 255.0f, out, rowBytes))
       return false;
-    }
+    for (unsigned char* px = out; channels == 4 && px < out + rowBytes * size_t(y1 - y0); px += 4)
+      for (int c = 0; c < 3 && px[3] != 0; ++c)
+        px[c] = static_cast<unsigned char>(std::min(255u, px[c] * 255u / px[3]));
+    return true;
   };
   // Fast deflate: most of the time of writing a PNG goes into it, and level 6 saves a third of
   // the bytes for three times the time at dome-master sizes.
@@ -281,23 +293,8 @@ Bool WriteTiff(const BaseBitmap& bmp, Bool floatData, Int32 threads, const tiff:
   const int channels = bmp.HasAlpha() ? 4 : 3;
   const size_t rowBytes = size_t(w) * size_t(channels) * (floatData ? 4 : 2);
   const tiff::RowSource rows = [&](int y0, int y1, unsigned char* out) {
-    try
-    {
-      std::vector<float> row(size_t(w) * 4);
-      for (int y = y0; y < y1; ++y, out += rowBytes)
-      {
-        bmp.GetPixelCnt(0, y, w, reinterpret_cast<UChar*>(row.data()), 16, COLORMODE_ARGBf);
-        if (floatData)
-          ConvertRow(row.data(), w, channels, reinterpret_cast<float*>(out), channels, 0.0f);
-        else
-          ConvertRow(row.data(), w, channels, reinterpret_cast<std::uint16_t*>(out), channels, 65535.0f);
-      }
-      return true;
-    }
-    catch (const std::bad_alloc&)
-    {
-      return false;
-    }
+    return floatData ? ConvertRows<float>(bmp, y0, y1, channels, 0.0f, out, rowBytes)
+                     : ConvertRows<std::uint16_t>(bmp, y0, y1, channels, 65535.0f, out, rowBytes);
   };
   // Level 4: 2-3 % larger than OpenImageIO's level 6 made them, in about half its time on one
   // thread; level 2 is faster again but 12-16 % larger.

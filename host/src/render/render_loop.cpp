@@ -113,6 +113,7 @@ private:
   /// Per image of a merge, the tiles the merge reads from it, which are all that is traced;
   /// empty where every tile is.
   std::vector<std::vector<Int64>> tilesRead;
+  std::vector<std::vector<Bool>> tileMasks; ///< the same tiles, by tile index, for the crop
   std::array<Int32, 3> learnedFor{0, 0, 0}; ///< width, height and image count of the learned layout
   render::MergeKind passMerge = render::MergeKind::Declines;
   render::PassSelection passSelection;
@@ -179,6 +180,7 @@ Bool RenderLoop::AfterStart()
   {
     passMergeLearned = false;
     tilesRead.clear();
+    tileMasks.clear();
     viewAreas.clear();
   }
   learnedFor = layoutKey;
@@ -314,14 +316,18 @@ Bool RenderLoop::LearnMergeLayout()
                                  });
   // A frame that takes each pixel from one place of one image needs no other pixel of it.
   tilesRead.clear();
+  tileMasks.clear();
   if (passMerge == render::MergeKind::Selects)
-    for (const std::vector<Bool>& tilesOfImage : read)
+  {
+    tileMasks = std::move(read);
+    for (const std::vector<Bool>& mask : tileMasks)
     {
       tilesRead.emplace_back();
       for (Int64 t = 0; t < tiles; ++t)
-        if (tilesOfImage[static_cast<size_t>(t)])
+        if (mask[static_cast<size_t>(t)])
           tilesRead.back().push_back(t);
     }
+  }
   if (passMerge != render::MergeKind::Mixes || options.pass == RenderPass::Shaded)
     return true;
   inputRejected = true;
@@ -424,13 +430,8 @@ Bool RenderLoop::KeepCropped(Int32 image)
   // Tiles that weren't traced hold what an earlier image left: they count as transparent black.
   const Int32 tile = render::TileTracer::kTileSize;
   const Int64 tilesX = tracer.tilesX;
-  std::vector<Bool> traced;
-  if (static_cast<size_t>(image) < tilesRead.size())
-  {
-    traced.assign(static_cast<size_t>(tracer.tileCount), false);
-    for (const Int64 t : tilesRead[static_cast<size_t>(image)])
-      traced[static_cast<size_t>(t)] = true;
-  }
+  static const std::vector<Bool> everyTile;
+  const std::vector<Bool>& traced = static_cast<size_t>(image) < tileMasks.size() ? tileMasks[static_cast<size_t>(image)] : everyTile;
   const auto isTraced = [&](Int32 x, Int32 y) { return traced.empty() || traced[static_cast<size_t>(tracer.TileOf(x, y))]; };
 
   // The rectangle of the pixels that hold anything; outside it the image is transparent black.
